@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#include "app/busydialog.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QThread>
+#include <QWindow>
+
+BusyDialog::BusyDialog(const QString &text, QWidget *window)
+    : QProgressDialog(text, QString(), 0, 0, window)
+{
+    setWindowModality(Qt::WindowModal);
+    show();
+    // A window appears when the display server says so. The caller blocks the event loop for half
+    // a second at a time, so that is waited for here; not for long, should the server be slow.
+    const QDeadlineTimer patience(400);
+    while (!windowHandle()->isExposed() && !patience.hasExpired()) {
+        QCoreApplication::processEvents();
+        QThread::msleep(5);
+    }
+    repaint();
+    QCoreApplication::processEvents();
+}
+
+void BusyDialog::closeEvent(QCloseEvent *event)
+{
+    event->ignore();
+}

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#include "app/gamedelegate.h"
+
+#include <QListWidget>
+
+#include <algorithm>
+
+QSize GameDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    constexpr int margin = 2; // above and below the picture
+    QSize size = QStyledItemDelegate::sizeHint(option, index);
+    size.setHeight(std::max(size.height(), option.decorationSize.height() + 2 * margin));
+    return size;
+}
+
+void GameDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const
+{
+    // The base class shrinks the decoration to the picture's own size and leaves it out without
+    // one; the view's icon size is in the option before.
+    const QSize box = option->decorationSize;
+    QStyledItemDelegate::initStyleOption(option, index);
+    option->decorationSize = box;
+    option->features |= QStyleOptionViewItem::HasDecoration;
+}

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: MIT
+#include "app/mainwindow.h"
+
+#include "app/waitcursor.h"
+#include "hw/gpuenumeration.h"
+#include "hw/pcielink.h"
+#include "hw/refreshrate.h"
+#include "launch/launchoptions.h"
+#include "launch/libraryprefix.h"
+#include "launch/settingsstore.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QIcon>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
+{
+    setWindowTitle(u"Marrowpulse"_s);
+    resize(900, 620);
+    libraryPrefix = launch::readLibraryPrefix();
+    losslessPath = steam::findLosslessScalingDll();
+    lsfgAvailable = !losslessPath.isEmpty();
+    refreshHz = hw::detectRefreshRate();
+    buildUi();
+    populateGpuPanel();
+    reloadGames();
+}
+
+QString MainWindow::desiredLaunchOptions(const steam::GameEntry &game) const
+{
+    if (compositingIndex < 0)
+        return game.launchOptions;
+    if (enabledGames.contains(game.appid)) {
+        return launch::composeLaunchOptions(gameSettings.value(game.appid), gpus[compositingIndex],
+                                            gpus[renderGpuCombo->currentData().toInt()],
+                                            libraryPrefix, losslessPath, refreshHz);
+    }
+    const QString original = launch::originalLaunchOptions(store, game.appid);
+    if (!original.isEmpty())
+        return original;
+    return launch::isOwnLaunchOptions(game.launchOptions) ? QString() : game.launchOptions;
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    // While a dialog asks or Steam is awaited, the window stays.
+    event->setAccepted(!QApplication::activeModalWidget());
+}
+
+void MainWindow::populateGpuPanel()
+{
+    gpus = hw::enumerateGpus();
+    compositingIndex = hw::chooseCompositingGpu(gpus);
+    if (compositingIndex < 0) {
+        gpuLabel->setText(u"<b>No GPU detected.</b> Marrowpulse needs /sys/class/drm access."_s);
+        applyButton->setEnabled(false);
+        return;
+    }
+    const hw::GpuInfo &compositing = gpus[compositingIndex];
+    gpuLabel->setText(u"Compositing GPU (drives the display): <b>%1</b><br>Link: %2"_s.arg(
+        hw::gpuDisplayName(compositing).toHtmlEscaped(),
+        hw::linkDescription(compositing).toHtmlEscaped()));
+    for (int i = 0; i < gpus.size(); ++i) {
+        QString text = hw::gpuDisplayName(gpus[i]) + ", "_L1 + hw::linkDescription(gpus[i]);
+        if (i == compositingIndex)
+            text += "  [same as compositing GPU]"_L1;
+        renderGpuCombo->addItem(text, i);
+    }
+    renderGpuCombo->setCurrentIndex(hw::chooseDefaultRenderGpu(gpus, compositingIndex));
+}
+
+void MainWindow::reloadGames()
+{
+    const WaitCursor waiting;
+    const QListWidgetItem *previous = gameList->currentItem();
+    const QString selected = previous ? previous->data(Qt::UserRole).toString() : QString();
+
+    loading = true;
+    gameList->clear();
+    games = steam::scanGames();
+    for (const steam::GameEntry &game : games) {
+        if (!gameSettings.contains(game.appid)) {
+            const launch::LoadedGame loaded =
+                launch::loadGameSettings(store, game.appid, game.launchOptions);
+            gameSettings.insert(game.appid, loaded.settings);
+            if (loaded.enabled)
+                enabledGames.insert(game.appid);
+        }
+        addGameItem(game);
+    }
+    loading = false;
+
+    const auto found = std::find_if(games.cbegin(), games.cend(),
+                                    [&](const auto &game) { return game.appid == selected; });
+    const auto row = found == games.cend() ? 0 : found - games.cbegin();
+    gameList->setCurrentRow(static_cast<int>(row));
+    onGameSelected();
+    updatePendingStatus();
+}
+
+void MainWindow::addGameItem(const steam::GameEntry &game)
+{
+    const bool enabled = enabledGames.contains(game.appid);
+    auto *item = new QListWidgetItem(game.name);
+    if (!game.iconPath.isEmpty())
+        item->setIcon(QIcon(game.iconPath));
+    item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+    item->setData(Qt::UserRole, game.appid);
+    item->setCheckState(enabled ? Qt::Checked : Qt::Unchecked);
+    if (!enabled && !game.launchOptions.isEmpty() &&
+        !launch::isOwnLaunchOptions(game.launchOptions)) {
+        item->setToolTip(
+            "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
+            game.launchOptions);
+    }
+    gameList->addItem(item);
+}
+
+const steam::GameEntry *MainWindow::currentGame() const
+{
+    const QListWidgetItem *item = gameList->currentItem();
+    if (!item)
+        return nullptr;
+    const QString appid = item->data(Qt::UserRole).toString();
+    const auto found = std::find_if(games.cbegin(), games.cend(),
+                                    [&](const auto &game) { return game.appid == appid; });
+    return found == games.cend() ? nullptr : &*found;
+}
+
+bool MainWindow::isPending(const steam::GameEntry &game) const
+{
+    return desiredLaunchOptions(game) != game.launchOptions;
+}
+
+void MainWindow::updatePendingStatus()
+{
+    const auto count = std::count_if(games.cbegin(), games.cend(),
+                                     [this](const auto &game) { return isPending(game); });
+    applyButton->setEnabled(count >= 1);
+    statusLabel->setText(
+        count == 0
+            ? u"No pending changes."_s
+            : u"%1 game(s) with pending changes. Steam must close briefly to apply."_s.arg(count));
+}

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+#include "app/mainwindow.h"
+
+#include "app/advanceddialog.h"
+#include "launch/launchoptions.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QListWidget>
+
+using namespace Qt::StringLiterals;
+
+// Between the current game's record and the controls.
+
+namespace
+{
+
+/// Shows a size in an editable combo box and makes its item, if it is one, the current one, so
+/// that the arrow keys step from what is shown.
+void showResolution(QComboBox *combo, int width, int height)
+{
+    const QString text = u"%1x%2"_s.arg(width).arg(height);
+    combo->setCurrentIndex(combo->findText(text));
+    combo->setEditText(text);
+}
+
+} // namespace
+
+void MainWindow::onGameSelected()
+{
+    const steam::GameEntry *game = currentGame();
+    if (!game) {
+        settingsGroup->setEnabled(false);
+        settingsGroup->setTitle(u"Game settings"_s);
+        return;
+    }
+    settingsGroup->setEnabled(enabledGames.contains(game->appid));
+    // In a group box title an ampersand marks a shortcut; doubled it is one of the name.
+    QString name = game->name;
+    settingsGroup->setTitle("Game settings: "_L1 + name.replace(u'&', u"&&"_s));
+    showGameSettings();
+}
+
+void MainWindow::showGameSettings()
+{
+    const steam::GameEntry *game = currentGame();
+    if (!game)
+        return;
+    const launch::GameSettings settings = gameSettings[game->appid];
+    loading = true;
+    upscalingCheck->setChecked(settings.upscaling);
+    showResolution(renderResCombo, settings.renderW, settings.renderH);
+    showResolution(outputResCombo, settings.outputW, settings.outputH);
+    framegenCheck->setChecked(settings.framegen);
+    methodCombo->setCurrentIndex(settings.fgbackend == 1 && lsfgAvailable ? 1 : 0);
+    holdbackCombo->setCurrentIndex(settings.holdback == 2 ? 1 : 0);
+    enableDependentControls(settings);
+    frameCapCheck->setText(frameCapLabelText());
+    frameCapCheck->setChecked(settings.framecap);
+    loading = false;
+    previewLabel->setText(desiredLaunchOptions(*game));
+}
+
+void MainWindow::onControlsEdited()
+{
+    const steam::GameEntry *game = currentGame();
+    if (loading || !game)
+        return;
+    launch::GameSettings &settings = gameSettings[game->appid];
+    settings.upscaling = upscalingCheck->isChecked();
+    parseResolution(renderResCombo->currentText(), settings.renderW, settings.renderH);
+    parseResolution(outputResCombo->currentText(), settings.outputW, settings.outputH);
+    settings.framegen = framegenCheck->isChecked();
+    settings.fgbackend = methodCombo->currentIndex() == 1 && lsfgAvailable ? 1 : 0;
+    settings.holdback = holdbackCombo->currentIndex() == 1 ? 2 : 1;
+    settings.framecap = frameCapCheck->isChecked();
+    enableDependentControls(settings);
+    previewLabel->setText(desiredLaunchOptions(*game));
+    updatePendingStatus();
+}
+
+void MainWindow::onGameItemChanged(QListWidgetItem *item)
+{
+    if (loading)
+        return;
+    const QString appid = item->data(Qt::UserRole).toString();
+    if (item->checkState() == Qt::Checked)
+        enabledGames.insert(appid);
+    else
+        enabledGames.remove(appid);
+    gameList->setCurrentItem(item);
+    onGameSelected();
+    updatePendingStatus();
+}
+
+void MainWindow::openAdvanced()
+{
+    const steam::GameEntry *game = currentGame();
+    if (!game)
+        return;
+    AdvancedDialog dialog(gameSettings[game->appid], refreshHz, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    gameSettings[game->appid] = dialog.result();
+    showGameSettings();
+    updatePendingStatus();
+}
+
+void MainWindow::enableDependentControls(const launch::GameSettings &settings)
+{
+    renderResCombo->setEnabled(settings.upscaling);
+    methodCombo->setEnabled(settings.framegen);
+    holdbackCombo->setEnabled(settings.framegen);
+}
+
+QString MainWindow::frameCapLabelText() const
+{
+    int cap = 0;
+    if (const steam::GameEntry *game = currentGame())
+        cap = gameSettings.value(game->appid).caphz;
+    if (cap < 1)
+        cap = launch::defaultFrameCap(refreshHz);
+    return u"Limit frame rate to %1 fps (smoother)"_s.arg(cap);
+}
+
+void MainWindow::parseResolution(const QString &text, int &width, int &height)
+{
+    const QStringList parts = text.trimmed().split(u'x');
+    if (parts.size() != 2)
+        return;
+    bool isWidth = false;
+    bool isHeight = false;
+    const int w = parts[0].toInt(&isWidth);
+    const int h = parts[1].toInt(&isHeight);
+    if (isWidth && isHeight && w >= 320 && w <= 7680 && h >= 200 && h <= 4320) {
+        width = w;
+        height = h;
+    }
+}

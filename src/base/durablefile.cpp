@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#include "base/durablefile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace base
+{
+namespace
+{
+
+bool sync(int descriptor)
+{
+    int result = 0;
+    do {
+        result = ::fsync(descriptor);
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
+/// Syncs a file or folder by its name.
+bool syncPath(const QString &path)
+{
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        return false;
+    const bool synced = sync(descriptor);
+    ::close(descriptor);
+    return synced;
+}
+
+/// The folder whose entry a rename to `path` changes: that of the file which links lead to.
+QString folderOf(const QString &path)
+{
+    return QFileInfo(QFileInfo(path).canonicalFilePath()).path();
+}
+
+} // namespace
+
+std::optional<QByteArray> readWholeFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray content = file.readAll();
+    // readAll() hands out what it got before an error; half a file must not pass for a whole one.
+    if (file.error() != QFileDevice::NoError || content.size() != file.size())
+        return std::nullopt;
+    return content;
+}
+
+Replaced replaceFile(const QString &path, const QByteArray &content)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return Replaced::CannotOpen;
+    // commit() alone is not to be believed: it ignores a failing sync, and after a full disk it
+    // can rename an empty or a cut file into place. Whatever fails here drops the temporary file.
+    if (file.write(content) != content.size() || !file.flush() || file.size() != content.size() ||
+        !sync(file.handle()))
+        return Replaced::CommitFailed;
+    if (!file.commit())
+        return Replaced::CommitFailed;
+    // The new text stands already; a folder that cannot be synced does not take it back.
+    syncPath(folderOf(path));
+    return Replaced::Yes;
+}
+
+bool copyFile(const QString &from, const QString &to)
+{
+    if (!QFile::copy(from, to))
+        return false;
+    const std::optional<QByteArray> original = readWholeFile(from);
+    if (original && readWholeFile(to) == original && syncFileAndFolder(to))
+        return true;
+    QFile::remove(to);
+    return false;
+}
+
+bool syncFileAndFolder(const QString &path)
+{
+    return syncPath(path) && syncPath(folderOf(path));
+}
+
+} // namespace base

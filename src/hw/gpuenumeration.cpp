@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: MIT
+#include "hw/gpuenumeration.h"
+
+#include "hw/pcielink.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
+
+namespace hw
+{
+namespace
+{
+
+/// The lane count in the file at `path`; 0 unless it holds a number from 1 to 32.
+int readLinkWidth(const QString &path)
+{
+    const int width = readSysfsText(path).toInt();
+    return width >= 1 && width <= 32 ? width : 0;
+}
+
+/// The first known lane count. The device's own maximum is not asked: what the port above it
+/// runs at says more than what the device could do elsewhere.
+int linkWidthOf(const QString &device, const QString &upstreamPort)
+{
+    for (const QString &path :
+         {device + "/current_link_width"_L1, upstreamPort + "/current_link_width"_L1,
+          upstreamPort + "/max_link_width"_L1}) {
+        if (const int width = readLinkWidth(path))
+            return width;
+    }
+    return 0;
+}
+
+bool hasConnectedOutput(const QString &drmRoot, const QString &card)
+{
+    const QDir connectors(drmRoot, card + "-*"_L1, QDir::Name | QDir::IgnoreCase,
+                          QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString &connector : connectors.entryList()) {
+        if (readSysfsText(drmRoot + u'/' + connector + "/status"_L1) == "connected"_L1)
+            return true;
+    }
+    return false;
+}
+
+/// The name of the device in one database file.
+QString lookupPciNameInFile(const QString &path, const QString &vendorId, const QString &deviceId)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    bool inVendor = false;
+    while (!file.atEnd()) {
+        const QString line = QString::fromLatin1(file.readLine());
+        if (line.startsWith(u'#') || line.trimmed().isEmpty())
+            continue;
+        if (!line.startsWith(u'\t')) {
+            inVendor = line.startsWith(vendorId, Qt::CaseInsensitive);
+        } else if (inVendor && !line.startsWith("\t\t"_L1)) {
+            const QString device = line.mid(1);
+            if (device.startsWith(deviceId, Qt::CaseInsensitive))
+                return device.mid(deviceId.size()).trimmed();
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+QStringList pciIdFiles()
+{
+    return {u"/usr/share/hwdata/pci.ids"_s, u"/usr/share/misc/pci.ids"_s,
+            u"/var/lib/pciutils/pci.ids"_s};
+}
+
+QString readSysfsText(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromLatin1(file.readAll()).trimmed();
+}
+
+QString lookupPciName(const QString &vendorId, const QString &deviceId, const QStringList &idFiles)
+{
+    for (const QString &path : idFiles) {
+        const QString name = lookupPciNameInFile(path, vendorId, deviceId);
+        if (!name.isEmpty())
+            return name;
+    }
+    return {};
+}
+
+QList<GpuInfo> enumerateGpus(const QString &drmRoot, const QStringList &idFiles)
+{
+    static const QRegularExpression cardName(u"^card[0-9]+\\z"_s);
+
+    QList<GpuInfo> gpus;
+    const QDir drm(drmRoot);
+    for (const QString &entry : drm.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (!cardName.match(entry).hasMatch())
+            continue;
+        const QString device = drmRoot + u'/' + entry + "/device"_L1;
+        const QString canonicalDevice = QFileInfo(device).canonicalFilePath();
+
+        GpuInfo gpu;
+        gpu.card = entry;
+        gpu.pciAddress = canonicalDevice.section(u'/', -1);
+        if (!gpu.pciAddress.contains(u':'))
+            continue; // not a PCI device
+        gpu.pciTag = "pci-"_L1 + gpu.pciAddress;
+        gpu.pciTag.replace(u':', u'_').replace(u'.', u'_');
+        const QString vendorId = readSysfsText(device + "/vendor"_L1).mid(2);
+        const QString deviceId = readSysfsText(device + "/device"_L1).mid(2);
+        gpu.pciId = vendorId + u':' + deviceId;
+        gpu.name = lookupPciName(vendorId, deviceId, idFiles);
+        if (gpu.name.isEmpty())
+            gpu.name = "GPU "_L1 + gpu.pciId;
+        gpu.bootVga = readSysfsText(device + "/boot_vga"_L1) == "1"_L1;
+
+        const QString upstreamPort = QFileInfo(canonicalDevice).path();
+        gpu.linkWidth = linkWidthOf(device, upstreamPort);
+        gpu.linkSpeedText = readSysfsText(device + "/max_link_speed"_L1);
+        if (pcieLaneBandwidth(gpu.linkSpeedText) == 0.0)
+            gpu.linkSpeedText = readSysfsText(upstreamPort + "/max_link_speed"_L1);
+        gpu.linkBandwidth = gpu.linkWidth * pcieLaneBandwidth(gpu.linkSpeedText);
+        gpu.hasConnectedOutput = hasConnectedOutput(drmRoot, entry);
+        gpus.append(gpu);
+    }
+    return gpus;
+}
+
+int chooseCompositingGpu(const QList<GpuInfo> &gpus)
+{
+    if (gpus.isEmpty())
+        return -1;
+    int best = -1;
+    for (int i = 0; i < gpus.size(); ++i) {
+        if (gpus[i].hasConnectedOutput && (best < 0 || (gpus[i].bootVga && !gpus[best].bootVga)))
+            best = i;
+    }
+    return best < 0 ? 0 : best;
+}
+
+int chooseDefaultRenderGpu(const QList<GpuInfo> &gpus, int compositingIndex)
+{
+    int best = -1;
+    for (int i = 0; i < gpus.size(); ++i) {
+        if (i != compositingIndex && (best < 0 || gpus[i].linkWidth > gpus[best].linkWidth))
+            best = i;
+    }
+    return best < 0 ? compositingIndex : best;
+}
+
+} // namespace hw

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include "hw/refreshrate.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+
+#include <cmath>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace hw
+{
+
+int detectRefreshRate()
+{
+    constexpr int timeLimitMs = 3000;
+    auto process = std::make_unique<QProcess>();
+    process->start(u"xrandr"_s, {u"--current"_s});
+    if (!process->waitForFinished(timeLimitMs)) {
+        if (process->state() != QProcess::NotRunning) {
+            // The destructor would wait for it again; instead it goes by itself once it is dead.
+            QObject::connect(process.get(), &QProcess::finished, process.get(),
+                             &QObject::deleteLater);
+            process.release()->kill();
+        }
+        return 0;
+    }
+    if (process->exitStatus() != QProcess::NormalExit)
+        return 0;
+    return parseRefreshRate(QString::fromUtf8(process->readAllStandardOutput()));
+}
+
+int parseRefreshRate(const QString &xrandrOutput)
+{
+    static const QRegularExpression currentRate(u"([0-9]+\\.[0-9]+)\\*"_s);
+    const double rate = std::round(currentRate.match(xrandrOutput).captured(1).toDouble());
+    return rate >= 24 && rate <= 480 ? static_cast<int>(rate) : 0;
+}
+
+} // namespace hw

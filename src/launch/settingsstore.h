@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "launch/gamesettings.h"
+
+#include <QLatin1StringView>
+#include <QMap>
+#include <QString>
+
+#include <array>
+#include <variant>
+
+class QSettings;
+
+// What the program keeps between runs: "config/<app id>/<field>" for every game's settings and
+// "original/<app id>" for the launch options a game had before the program first replaced them.
+// Nothing is ever removed from the store.
+namespace launch
+{
+
+/// One field of a game's settings as the store knows it.
+struct SettingsField {
+    QLatin1StringView key; ///< last part of the store's key
+    std::variant<bool GameSettings::*, int GameSettings::*> member;
+    int readDefault; ///< what an absent key reads as; for a bool 0 or 1
+};
+
+/// The thirteen fields, in the order in which they are written. The last five read as what they
+/// mean when absent; the first eight as nothing, because they have always been written together.
+inline constexpr std::array<SettingsField, 13> settingsFields{{
+    {QLatin1StringView("upscaling"), &GameSettings::upscaling, 0},
+    {QLatin1StringView("renderW"), &GameSettings::renderW, 0},
+    {QLatin1StringView("renderH"), &GameSettings::renderH, 0},
+    {QLatin1StringView("outputW"), &GameSettings::outputW, 0},
+    {QLatin1StringView("outputH"), &GameSettings::outputH, 0},
+    {QLatin1StringView("framegen"), &GameSettings::framegen, 0},
+    {QLatin1StringView("fgbackend"), &GameSettings::fgbackend, 0},
+    {QLatin1StringView("holdback"), &GameSettings::holdback, 0},
+    {QLatin1StringView("framecap"), &GameSettings::framecap, 1},
+    {QLatin1StringView("caphz"), &GameSettings::caphz, 0},
+    {QLatin1StringView("renderres"), &GameSettings::renderres, 1},
+    {QLatin1StringView("pacing"), &GameSettings::pacing, 0},
+    {QLatin1StringView("debugoverlay"), &GameSettings::debugoverlay, 0},
+}};
+
+struct LoadedGame {
+    GameSettings settings;
+    bool enabled = false; ///< the game runs under the program now
+};
+
+/// The settings of a game that is seen for the first time: those its current launch options express
+/// when the program wrote them (then the game is enabled), else the stored ones, else the defaults.
+/// Malformed stored values read as Qt's conversions give them.
+LoadedGame loadGameSettings(const QSettings &store, const QString &appid,
+                            const QString &currentLaunchOptions);
+
+/// Writes every field of every record, in the order of the app ids, and syncs the store.
+void saveAllGameSettings(QSettings &store, const QMap<QString, GameSettings> &records);
+
+/// Keeps a game's own launch options, once: does nothing for an empty text, for one that this
+/// program wrote, and when something is kept already. On the disk only after syncStore().
+void rememberOriginalLaunchOptions(QSettings &store, const QString &appid,
+                                   const QString &currentLaunchOptions);
+
+/// The launch options kept for the game; empty when there are none.
+QString originalLaunchOptions(const QSettings &store, const QString &appid);
+
+/// Writes the store to the disk. True when its file holds all that was set. When writing lost
+/// anything that the file held before (QSettings empties it on a full disk and reports success),
+/// the old file is put back and the answer is false.
+bool syncStore(QSettings &store);
+
+} // namespace launch

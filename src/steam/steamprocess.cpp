@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#include "steam/steamprocess.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QThread>
+
+using namespace Qt::StringLiterals;
+
+namespace steam
+{
+
+bool isSteamRunning()
+{
+    QFile pidFile(QDir::homePath() + "/.steam/steam.pid"_L1);
+    if (!pidFile.open(QIODevice::ReadOnly))
+        return false;
+    const QString pid = QString::fromLatin1(pidFile.readAll()).trimmed();
+    if (pid.isEmpty())
+        return false;
+    return QFileInfo("/proc/"_L1 + pid + "/exe"_L1).symLinkTarget().contains("steam"_L1);
+}
+
+bool shutdownSteam(int seconds, const ProgressTick &tick)
+{
+    QProcess::startDetached(u"steam"_s, {u"-shutdown"_s});
+    for (int i = 0; i < 2 * seconds; ++i) {
+        if (!isSteamRunning())
+            return true;
+        QThread::msleep(500);
+        if (tick)
+            tick();
+    }
+    return !isSteamRunning();
+}
+
+void startSteam()
+{
+    QProcess::startDetached(u"steam"_s, {});
+}
+
+} // namespace steam
