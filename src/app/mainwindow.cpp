@@ -117,9 +117,11 @@ void MainWindow::addGameItem(const steam::GameEntry &game)
     item->setCheckState(enabled ? Qt::Checked : Qt::Unchecked);
     if (!enabled && !game.launchOptions.isEmpty() &&
         !launch::isOwnLaunchOptions(game.launchOptions)) {
-        item->setToolTip(
+        const QString warning =
             "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
-            game.launchOptions);
+            game.launchOptions;
+        item->setToolTip(warning);
+        item->setData(Qt::AccessibleDescriptionRole, warning);
     }
     gameList->addItem(item);
 }

@@ -19,6 +19,7 @@ class QListWidget;
 class QListWidgetItem;
 class QPushButton;
 class QVBoxLayout;
+class ResolutionBox;
 
 /// The program's window. It owns all working state of a run: the GPUs, the games of the last scan
 /// and the settings and marks that the user gave them. Only apply() writes anything to the disk.
@@ -96,8 +97,8 @@ private:
     QListWidget *gameList = nullptr;
     QGroupBox *settingsGroup = nullptr;
     QCheckBox *upscalingCheck = nullptr;
-    QComboBox *renderResCombo = nullptr;
-    QComboBox *outputResCombo = nullptr;
+    ResolutionBox *renderResCombo = nullptr;
+    ResolutionBox *outputResCombo = nullptr;
     QCheckBox *framegenCheck = nullptr;
     QComboBox *methodCombo = nullptr;
     QComboBox *holdbackCombo = nullptr;

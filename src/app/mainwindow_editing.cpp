@@ -2,6 +2,7 @@
 #include "app/mainwindow.h"
 
 #include "app/advanceddialog.h"
+#include "app/resolutionbox.h"
 #include "launch/launchoptions.h"
 
 #include <QCheckBox>
@@ -13,20 +14,6 @@
 using namespace Qt::StringLiterals;
 
 // Between the current game's record and the controls.
-
-namespace
-{
-
-/// Shows a size in an editable combo box and makes its item, if it is one, the current one, so
-/// that the arrow keys step from what is shown.
-void showResolution(QComboBox *combo, int width, int height)
-{
-    const QString text = u"%1x%2"_s.arg(width).arg(height);
-    combo->setCurrentIndex(combo->findText(text));
-    combo->setEditText(text);
-}
-
-} // namespace
 
 void MainWindow::onGameSelected()
 {
@@ -51,8 +38,8 @@ void MainWindow::showGameSettings()
     const launch::GameSettings settings = gameSettings[game->appid];
     loading = true;
     upscalingCheck->setChecked(settings.upscaling);
-    showResolution(renderResCombo, settings.renderW, settings.renderH);
-    showResolution(outputResCombo, settings.outputW, settings.outputH);
+    renderResCombo->showResolution(settings.renderW, settings.renderH);
+    outputResCombo->showResolution(settings.outputW, settings.outputH);
     framegenCheck->setChecked(settings.framegen);
     methodCombo->setCurrentIndex(settings.fgbackend == 1 && lsfgAvailable ? 1 : 0);
     holdbackCombo->setCurrentIndex(settings.holdback == 2 ? 1 : 0);

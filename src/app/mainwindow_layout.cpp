@@ -3,6 +3,7 @@
 
 #include "app/choicebox.h"
 #include "app/gamedelegate.h"
+#include "app/resolutionbox.h"
 #include "app/widgets.h"
 
 #include <QBoxLayout>
@@ -23,18 +24,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-QComboBox *newResolutionCombo()
-{
-    auto *combo = new ChoiceBox;
-    combo->setEditable(true);
-    combo->addItems({u"3840x2160"_s, u"2560x1440"_s, u"1920x1080"_s, u"1600x900"_s, u"1280x720"_s,
-                     u"960x540"_s, u"854x480"_s});
-    // What is typed counts as it stands: nothing is completed and the list stays as it is.
-    combo->setCompleter(nullptr);
-    combo->setInsertPolicy(QComboBox::NoInsert);
-    return combo;
-}
 
 /// Wraps the preview, so that however long it is it takes the room that is left and no more.
 QScrollArea *newPreviewArea(QLabel *preview)
@@ -99,9 +88,9 @@ void MainWindow::buildSettingsGroup()
 
     upscalingCheck = named(new QCheckBox(u"Upscaling (FSR)"_s), u"upscalingCheck"_s);
     layout->addWidget(upscalingCheck);
-    renderResCombo = named(newResolutionCombo(), u"renderResCombo"_s);
+    renderResCombo = named(new ResolutionBox, u"renderResCombo"_s);
     addLabelledRow(layout, u"Render resolution:"_s, renderResCombo, 1);
-    outputResCombo = named(newResolutionCombo(), u"outputResCombo"_s);
+    outputResCombo = named(new ResolutionBox, u"outputResCombo"_s);
     addLabelledRow(layout, u"Output resolution:"_s, outputResCombo, 1);
 
     framegenCheck = named(new QCheckBox(u"Frame generation"_s), u"framegenCheck"_s);

@@ -3,6 +3,7 @@
 
 #include <QBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QString>
 
 // Small helpers for building the windows.
@@ -23,6 +24,9 @@ inline QHBoxLayout *addLabelledRow(QVBoxLayout *layout, const QString &text, QWi
     auto *row = new QHBoxLayout;
     auto *label = new QLabel(text);
     label->setBuddy(control);
+    // An editable combo box hands the keyboard focus to its line edit, which has no label.
+    if (auto *edit = control->findChild<QLineEdit *>())
+        edit->setAccessibleName(text);
     row->addWidget(label);
     row->addWidget(control, stretch);
     layout->addLayout(row);

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "app/resolutionbox.h"
+
+#include <QKeyEvent>
+#include <QWheelEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+int widthOf(const QString &resolution)
+{
+    return resolution.trimmed().section(u'x', 0, 0).toInt();
+}
+
+} // namespace
+
+ResolutionBox::ResolutionBox()
+{
+    setEditable(true);
+    addItems({u"3840x2160"_s, u"2560x1440"_s, u"1920x1080"_s, u"1600x900"_s, u"1280x720"_s,
+              u"960x540"_s, u"854x480"_s});
+    setCompleter(nullptr);
+    setInsertPolicy(QComboBox::NoInsert);
+}
+
+void ResolutionBox::showResolution(int width, int height)
+{
+    const QString text = u"%1x%2"_s.arg(width).arg(height);
+    setCurrentIndex(findText(text));
+    setEditText(text);
+}
+
+void ResolutionBox::keyPressEvent(QKeyEvent *event)
+{
+    const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    if (plain && event->key() == Qt::Key_Up)
+        stepToLarger();
+    else if (plain && event->key() == Qt::Key_Down)
+        stepToSmaller();
+    else
+        ChoiceBox::keyPressEvent(event);
+}
+
+void ResolutionBox::wheelEvent(QWheelEvent *event)
+{
+    if (event->angleDelta().y() > 0)
+        stepToLarger();
+    else if (event->angleDelta().y() < 0)
+        stepToSmaller();
+    event->accept();
+}
+
+void ResolutionBox::stepToLarger()
+{
+    choose(firstNotLarger() - 1);
+}
+
+void ResolutionBox::stepToSmaller()
+{
+    const int index = firstNotLarger();
+    choose(itemText(index) == currentText() ? index + 1 : index);
+}
+
+void ResolutionBox::choose(int index)
+{
+    if (index < 0 || index >= count())
+        return;
+    setCurrentIndex(index);
+    setEditText(itemText(index)); // the index may have been there while another size was shown
+}
+
+/// The item that is shown or, for any other size, the first that is not wider; count() for none.
+int ResolutionBox::firstNotLarger() const
+{
+    const int shown = findText(currentText());
+    if (shown >= 0)
+        return shown;
+    int index = 0;
+    while (index < count() && widthOf(itemText(index)) > widthOf(currentText()))
+        ++index;
+    return index;
+}

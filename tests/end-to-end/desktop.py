@@ -1,0 +1,235 @@
+# SPDX-License-Identifier: MIT
+"""A desktop to drive a program on from outside: a real X server with a window manager, keyboard and
+pointer through xdotool, and the accessibility bus to see what is on the screen.
+
+To be run under dbus-run-session, so that the accessibility bus is its own.
+"""
+import os
+import pathlib
+import subprocess
+import tempfile
+import time
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+
+ON_MACHINE = pathlib.Path(__file__).resolve().parent.parent / "support" / "on-machine"
+
+XORG_CONFIG = """
+Section "ServerFlags"
+    Option "AutoAddDevices" "false"
+    Option "AutoAddGPU" "false"
+EndSection
+Section "Device"
+    Identifier "dummy"
+    Driver "dummy"
+    VideoRam 64000
+EndSection
+Section "Monitor"
+    Identifier "monitor"
+    HorizSync 5.0-1000.0
+    VertRefresh 5.0-200.0
+EndSection
+Section "Screen"
+    Identifier "screen"
+    Device "dummy"
+    Monitor "monitor"
+    DefaultDepth 24
+    SubSection "Display"
+        Depth 24
+        Modes "1280x1024"
+    EndSubSection
+EndSection
+"""
+
+
+def wait_for(condition, what, seconds=20):
+    """Returns the first true value of condition(); fails when there is none in time."""
+    deadline = time.monotonic() + seconds
+    while True:
+        try:
+            value = condition()
+        except GLib.Error:  # an object went away while it was looked at
+            value = None
+        if value:
+            return value
+        if time.monotonic() > deadline:
+            raise AssertionError(f"waited {seconds} s for {what}")
+        time.sleep(0.05)
+
+
+class Desktop:
+    """An X server of its own with a window manager; ended, with all that it runs, on exit.
+
+    `real_xrandr` takes the Xorg server with the dummy driver, whose screen has a current mode
+    (1280x1024 at 85 Hz), else Xvfb, whose screen of the size `screen` has none.
+    """
+
+    def __init__(self, real_xrandr=False, screen="1280x1024"):
+        self.folder = tempfile.TemporaryDirectory(prefix="marrowpulse-desktop.")
+        self.processes = []
+        read_end, write_end = os.pipe()
+        if real_xrandr:
+            config = pathlib.Path(self.folder.name, "xorg.conf")
+            config.write_text(XORG_CONFIG)
+            server = ["/usr/lib/xorg/Xorg", "-config", str(config), "-sharevts", "-novtswitch",
+                      "-logfile", str(config.with_suffix(".log"))]
+        else:
+            server = ["Xvfb", "-screen", "0", f"{screen}x24"]
+        self.environment = dict(os.environ)
+        self.environment.pop("WAYLAND_DISPLAY", None)
+        self._start(server + ["-displayfd", str(write_end), "-noreset", "-nolisten", "tcp"],
+                    pass_fds=[write_end])
+        os.close(write_end)
+        with os.fdopen(read_end) as display:
+            number = display.readline().strip()
+        if not number:
+            raise AssertionError(f"{server[0]} did not start")
+        self.environment.update(DISPLAY=f":{number}", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
+                                QT_ACCESSIBILITY="1", LC_ALL="C.UTF-8")
+        os.environ["DISPLAY"] = f":{number}"
+        self._start(["openbox"])
+        wait_for(lambda: "window id" in self._output(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]),
+                 "the window manager")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for process in reversed(self.processes):
+            process.kill()
+            process.wait()
+        self.folder.cleanup()
+
+    def _start(self, command, **options):
+        process = subprocess.Popen(command, env=self.environment, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
+        self.processes.append(process)
+        return process
+
+    def _output(self, command):
+        return subprocess.run(command, env=self.environment, capture_output=True, text=True,
+                              check=False).stdout
+
+    def start(self, program, machine, **environment):
+        """Starts the program on the pretend machine in the folder `machine`."""
+        self.environment.update(environment)
+        return self._start([str(ON_MACHINE), str(machine), str(program)])
+
+    def output(self, *command):
+        """What a command prints on this desktop."""
+        return self._output(list(command))
+
+    def key(self, *keys):
+        """Presses key combinations by their X names, such as Tab or alt+a."""
+        for combination in keys:
+            subprocess.run(["xdotool", "key", "--clearmodifiers", combination],
+                           env=self.environment, check=True)
+
+    def type(self, text):
+        subprocess.run(["xdotool", "type", "--delay", "20", text], env=self.environment, check=True)
+
+    def click(self, x, y):
+        subprocess.run(["xdotool", "mousemove", "--sync", str(int(x)), str(int(y)), "click", "1"],
+                       env=self.environment, check=True)
+
+    def screenshot(self, path):
+        subprocess.run(["import", "-window", "root", str(path)], env=self.environment, check=True)
+
+
+def children(accessible):
+    for i in range(accessible.get_child_count()):
+        child = accessible.get_child_at_index(i)
+        if child is not None:
+            yield child
+
+
+def descendants(accessible):
+    for child in children(accessible):
+        yield child
+        yield from descendants(child)
+
+
+def has_state(accessible, state):
+    return accessible.get_state_set().contains(state)
+
+
+def label_of(accessible):
+    """The text of the label that a control belongs to; empty without one."""
+    for relation in accessible.get_relation_set():
+        # The title of a group box is said to label what is in the group, too.
+        if relation.get_relation_type() == Atspi.RelationType.LABELLED_BY \
+                and relation.get_target(0).get_role_name() == "label":
+            return relation.get_target(0).get_name()
+    return ""
+
+
+class Application:
+    """A program on the accessibility bus."""
+
+    def __init__(self, desktop, name="Marrowpulse"):
+        self.desktop = desktop
+        self.name = name
+        self.root = wait_for(self._find_root, f"{name} on the accessibility bus")
+
+    def _find_root(self):
+        Atspi.get_desktop(0).clear_cache()
+        for application in children(Atspi.get_desktop(0)):
+            try:
+                if application.get_name() in (self.name, self.name.lower()):
+                    return application
+            except GLib.Error:
+                pass  # that of an earlier test, which is still listed for a moment
+        return None
+
+    def find(self, role, name=None):
+        """The first showing object of a role (and name), or None."""
+        for accessible in descendants(self.root):
+            if accessible.get_role_name() == role and has_state(accessible, Atspi.StateType.SHOWING) \
+                    and (name is None or accessible.get_name() == name):
+                return accessible
+        return None
+
+    def find_labelled(self, label):
+        """The showing control that a label belongs to, or None."""
+        return next((accessible for accessible in descendants(self.root)
+                     if has_state(accessible, Atspi.StateType.SHOWING)
+                     and label_of(accessible) == label), None)
+
+    def wait_labelled(self, label):
+        return wait_for(lambda: self.find_labelled(label), f"the control labelled {label!r}")
+
+    def wait(self, role, name=None, seconds=20):
+        return wait_for(lambda: self.find(role, name), f"{role} {name!r}", seconds)
+
+    def click(self, accessible, dx=None):
+        """Clicks the middle of an object, or `dx` pixels from its left (below 0: right) edge."""
+        box = accessible.get_extents(Atspi.CoordType.SCREEN)
+        x = box.width / 2 if dx is None else dx if dx >= 0 else box.width + dx
+        self.desktop.click(box.x + x, box.y + box.height / 2)
+
+    def focused(self):
+        """The showing control that has the keyboard focus, or None."""
+        for accessible in descendants(self.root):
+            # The current item of a list says so whether or not the list has the focus.
+            if accessible.get_role_name() != "list item" \
+                    and has_state(accessible, Atspi.StateType.FOCUSED) \
+                    and has_state(accessible, Atspi.StateType.SHOWING):
+                return accessible
+        return None
+
+    def answer(self, text, button):
+        """Waits for the message box with this text and clicks one of its buttons."""
+        box = wait_for(lambda: next(
+            (window for window in children(self.root)
+             if any(child.get_name() == text for child in descendants(window))
+             and has_state(window, Atspi.StateType.SHOWING)), None), f"the message {text!r}")
+        found = wait_for(lambda: next(
+            (child for child in descendants(box) if child.get_role_name() == "push button"
+             and child.get_name() == button), None), f"its button {button!r}")
+        wait_for(lambda: found.get_extents(Atspi.CoordType.SCREEN).width > 0,
+                 "the button's place")
+        self.click(found)
+        wait_for(lambda: box not in list(children(self.root)), f"the end of the message {text!r}")

@@ -1,0 +1,61 @@
+# SPDX-License-Identifier: MIT
+"""What a screen reader is told, read through the accessibility bus from the running program."""
+import unittest
+
+from case import ProgramTestCase
+from desktop import Atspi, descendants, has_state, label_of, wait_for
+
+
+class Accessibility(ProgramTestCase):
+    def test_every_choice_is_named_by_its_label(self):
+        for label in ("Rendering GPU:", "Render resolution:", "Output resolution:", "Method:",
+                      "Hold-back:"):
+            with self.subTest(label):
+                self.assertEqual(self.app.wait_labelled(label).get_role_name(), "combo box")
+
+    def test_line_edits_are_named(self):
+        for label in ("Render resolution:", "Output resolution:"):
+            with self.subTest(label):
+                self.app.wait("text", label)
+
+    def test_no_control_is_without_a_name(self):
+        controls = ("check box", "push button", "combo box", "text", "spin button", "label")
+        nameless = [control.get_role_name() for control in descendants(self.app.root)
+                    if control.get_role_name() in controls and not control.get_name()
+                    and not label_of(control)]
+        self.assertEqual(nameless, [])
+
+    def test_list_is_named_and_its_items_tell_their_check_state(self):
+        games = self.app.wait("list", "Games")
+        self.assertEqual(games.get_child_count(), 15)
+        item = self.app.wait("list item", "Amber Tides")
+        self.assertFalse(has_state(item, Atspi.StateType.CHECKED))
+        self.app.click(item)
+        self.desktop.key("space")
+        wait_for(lambda: has_state(self.app.find("list item", "Amber Tides"), Atspi.StateType.CHECKED),
+                 "the check state")
+
+    def test_tool_tip_of_an_item_can_be_read(self):
+        item = self.app.wait("list item", "Amber Tides")
+        self.assertEqual(item.get_description(),
+                         "Has custom launch options; enabling will replace them (restored on disable):"
+                         "\nmangohud %command%")
+
+    def test_group_title_with_an_ampersand(self):
+        self.app.click(self.app.wait("list item", "Basalt & Brine"))
+        self.app.wait("panel", "Game settings: Basalt & Brine")
+
+    def test_dialog(self):
+        self.app.click(self.app.wait("list item", "Amber Tides"))
+        self.desktop.key("space")
+        self.app.click(self.app.wait("push button", "Advanced…"))
+        self.app.wait("dialog", "Advanced settings")
+        cap = self.app.wait_labelled("Cap at:")
+        self.assertEqual(cap.get_role_name(), "spin button")
+        self.assertTrue(cap.get_description().startswith("A steady base frame rate is what"))
+        pacing = self.app.wait_labelled("Presenter pacing:")
+        self.assertTrue(pacing.get_description().startswith("Experimental. Holds fewer"))
+
+
+if __name__ == "__main__":
+    unittest.main()
