@@ -67,6 +67,7 @@ QList<GameEntry> scanGames()
     if (root.isEmpty())
         return games;
     const QString localConfig = readText(localConfigPath());
+    const QStringView appsSection = appsSectionText(localConfig);
     const QString imageCache = root + "/appcache/librarycache/"_L1;
     for (const QString &library : steamLibraryDirs()) {
         for (const QString &file : QDir(library).entryList(QDir::Files, QDir::NoSort)) {
@@ -77,7 +78,7 @@ QList<GameEntry> scanGames()
             if (!name.hasMatch() || isSteamTool(name.captured(1)))
                 continue;
             games.append({appid, name.captured(1), findIcon(imageCache, appid),
-                          readLaunchOptions(localConfig, appid)});
+                          readLaunchOptions(appsSection, appid)});
         }
     }
     std::sort(games.begin(), games.end(), [](const GameEntry &a, const GameEntry &b) {

@@ -25,11 +25,43 @@ qsizetype skipSpace(QStringView text, qsizetype from)
     return from;
 }
 
+/// How many units the loops below take at once: they compile to vector instructions, and what they
+/// find in a stretch decides whether it must be walked unit by unit.
+constexpr qsizetype stretch = 128;
+
+/// The first position of `key`, which is at least two units long, at or after `from`; -1 for none.
+/// Only a stretch in which three of its units fit somewhere is walked.
+qsizetype indexOfKey(QStringView text, QStringView key, qsizetype from)
+{
+    const char16_t *const units = text.utf16();
+    const qsizetype middle = key.size() / 2;
+    const qsizetype last = key.size() - 1;
+    const char16_t second = key.utf16()[1];
+    const char16_t halfway = key.utf16()[middle];
+    const char16_t final = key.utf16()[last];
+    const qsizetype behind = text.size() - last; // no key begins here or later
+    for (qsizetype begin = from; begin < behind; begin += stretch) {
+        const qsizetype end = std::min(begin + stretch, behind);
+        quint16 hits = 0;
+        for (qsizetype i = begin; i < end; ++i) {
+            const auto difference =
+                static_cast<quint16>((units[i + 1] ^ second) | (units[i + middle] ^ halfway) |
+                                     (units[i + last] ^ final));
+            hits = static_cast<quint16>(hits | (difference == 0 ? 0xFFFF : 0));
+        }
+        for (qsizetype i = begin; hits != 0 && i < end; ++i) {
+            if (text.sliced(i).startsWith(key))
+                return i;
+        }
+    }
+    return -1;
+}
+
 /// The next place, at or after `from`, where `quotedKey` stands with `next` behind it, white space
 /// between them allowed: the positions of the key's first quote and of `next`.
 BraceSpan findKey(QStringView text, QStringView quotedKey, QChar next, qsizetype from)
 {
-    while ((from = text.indexOf(quotedKey, from)) >= 0) {
+    while ((from = indexOfKey(text, quotedKey, from)) >= 0) {
         const qsizetype behind = skipSpace(text, from + quotedKey.size());
         if (behind < text.size() && text[behind] == next)
             return {from, behind};
@@ -42,24 +74,22 @@ BraceSpan findKey(QStringView text, QStringView quotedKey, QChar next, qsizetype
 
 qsizetype matchingBrace(QStringView text, qsizetype start)
 {
-    constexpr qsizetype blockSize = 256;
     const char16_t *const units = text.utf16();
     qsizetype depth = 0;
-    for (qsizetype block = start; block < text.size(); block += blockSize) {
-        const qsizetype end = std::min(block + blockSize, text.size());
-        // Both counts in a plain loop that compiles to vector instructions; only a block in which
-        // a closing brace could bring the depth to zero is walked.
+    for (qsizetype begin = start; begin < text.size(); begin += stretch) {
+        const qsizetype end = std::min(begin + stretch, text.size());
         quint16 opening = 0;
         quint16 closing = 0;
-        for (qsizetype i = block; i < end; ++i) {
+        for (qsizetype i = begin; i < end; ++i) {
             opening = static_cast<quint16>(opening + (units[i] == u'{'));
             closing = static_cast<quint16>(closing + (units[i] == u'}'));
         }
+        // Walked only when one of its closing braces can bring the depth to zero.
         if (depth + opening < 1 || depth > closing) {
             depth += opening - closing;
             continue;
         }
-        for (qsizetype i = block; i < end; ++i) {
+        for (qsizetype i = begin; i < end; ++i) {
             if (units[i] == u'{')
                 ++depth;
             else if (units[i] == u'}' && --depth == 0)
@@ -80,6 +110,15 @@ BraceSpan findAppsSection(QStringView text)
             largest = section;
     }
     return largest;
+}
+
+QStringView appsSectionText(QStringView text)
+{
+    const BraceSpan apps = findAppsSection(text);
+    if (!apps.isValid())
+        return {};
+    const qsizetype key = text.first(apps.open).lastIndexOf(u"\"apps\"");
+    return text.sliced(key, apps.close + 1 - key);
 }
 
 BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid)

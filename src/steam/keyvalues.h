@@ -31,6 +31,10 @@ qsizetype matchingBrace(QStringView text, qsizetype start);
 /// games there.
 BraceSpan findAppsSection(QStringView text);
 
+/// The "apps" section with its key, or nothing. readLaunchOptions() gives the same results on it as
+/// on the whole text, and need not look at the rest.
+QStringView appsSectionText(QStringView text);
+
 /// The first block with the key `appid` (decimal digits) that opens and closes inside `apps`.
 BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid);
 
