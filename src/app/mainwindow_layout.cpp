@@ -3,6 +3,7 @@
 
 #include "app/choicebox.h"
 #include "app/gamedelegate.h"
+#include "app/gamegroup.h"
 #include "app/resolutionbox.h"
 #include "app/widgets.h"
 
@@ -83,7 +84,7 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
 
 void MainWindow::buildSettingsGroup()
 {
-    settingsGroup = named(new QGroupBox(u"Game settings"_s), u"settingsGroup"_s);
+    settingsGroup = named(new GameGroup(u"Game settings"_s), u"settingsGroup"_s);
     auto *layout = new QVBoxLayout(settingsGroup);
 
     upscalingCheck = named(new QCheckBox(u"Upscaling (FSR)"_s), u"upscalingCheck"_s);

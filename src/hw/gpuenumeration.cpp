@@ -8,6 +8,8 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <optional>
+
 using namespace Qt::StringLiterals;
 
 namespace hw
@@ -46,26 +48,33 @@ bool hasConnectedOutput(const QString &drmRoot, const QString &card)
     return false;
 }
 
-/// The name of the device in one database file.
-QString lookupPciNameInFile(const QString &path, const QString &vendorId, const QString &deviceId)
+/// The name of the device in one database file; no value when the file does not know it. The file
+/// is large, so its lines are looked at where they stand.
+std::optional<QString> lookupPciNameInFile(const QString &path, const QString &vendorId,
+                                           const QString &deviceId)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return {};
+        return std::nullopt;
+    const QByteArray content = file.readAll();
     bool inVendor = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromLatin1(file.readLine());
-        if (line.startsWith(u'#') || line.trimmed().isEmpty())
+    for (QLatin1StringView rest(content); !rest.isEmpty();) {
+        const qsizetype lineBreak = rest.indexOf(QLatin1Char('\n'));
+        const QLatin1StringView line = lineBreak < 0 ? rest : rest.first(lineBreak);
+        rest = rest.sliced(lineBreak < 0 ? rest.size() : lineBreak + 1);
+        const bool isVendorLine = !line.startsWith(QLatin1Char('\t'));
+        if (line.startsWith(QLatin1Char('#')) || (!isVendorLine && !inVendor) ||
+            QString(line).trimmed().isEmpty())
             continue;
-        if (!line.startsWith(u'\t')) {
+        if (isVendorLine) {
             inVendor = line.startsWith(vendorId, Qt::CaseInsensitive);
-        } else if (inVendor && !line.startsWith("\t\t"_L1)) {
-            const QString device = line.mid(1);
+        } else if (!line.startsWith("\t\t"_L1)) {
+            const QLatin1StringView device = line.sliced(1);
             if (device.startsWith(deviceId, Qt::CaseInsensitive))
-                return device.mid(deviceId.size()).trimmed();
+                return QString(device.sliced(deviceId.size())).trimmed();
         }
     }
-    return {};
+    return std::nullopt;
 }
 
 } // namespace
@@ -87,9 +96,8 @@ QString readSysfsText(const QString &path)
 QString lookupPciName(const QString &vendorId, const QString &deviceId, const QStringList &idFiles)
 {
     for (const QString &path : idFiles) {
-        const QString name = lookupPciNameInFile(path, vendorId, deviceId);
-        if (!name.isEmpty())
-            return name;
+        if (const std::optional<QString> name = lookupPciNameInFile(path, vendorId, deviceId))
+            return *name;
     }
     return {};
 }

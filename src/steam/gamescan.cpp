@@ -66,7 +66,8 @@ QList<GameEntry> scanGames()
     const QString root = steamRoot();
     if (root.isEmpty())
         return games;
-    const QString localConfig = readText(localConfigPath());
+    const QString localConfigFile = localConfigPath();
+    const QString localConfig = localConfigFile.isEmpty() ? QString() : readText(localConfigFile);
     const QStringView appsSection = appsSectionText(localConfig);
     const QString imageCache = root + "/appcache/librarycache/"_L1;
     for (const QString &library : steamLibraryDirs()) {

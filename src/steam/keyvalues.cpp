@@ -102,12 +102,15 @@ qsizetype matchingBrace(QStringView text, qsizetype start)
 BraceSpan findAppsSection(QStringView text)
 {
     BraceSpan largest;
-    for (BraceSpan key = findKey(text, u"\"apps\"", u'{', 0); key.isValid();
-         key = findKey(text, u"\"apps\"", u'{', key.close)) {
-        const BraceSpan section{key.close, matchingBrace(text, key.close)};
-        if (section.close > 0 &&
-            (!largest.isValid() || section.close - section.open > largest.close - largest.open))
+    // The search ends where what is left of the text has no room for a larger section.
+    for (qsizetype from = 0; text.size() - 1 - from > largest.close - largest.open;) {
+        const qsizetype open = findKey(text, u"\"apps\"", u'{', from).close;
+        if (open < 0)
+            break;
+        const BraceSpan section{open, matchingBrace(text, open)};
+        if (section.close > 0 && section.close - section.open > largest.close - largest.open)
             largest = section;
+        from = open;
     }
     return largest;
 }

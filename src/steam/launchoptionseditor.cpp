@@ -38,62 +38,56 @@ bool isEscaped(QStringView text, qsizetype position)
     return (position - first) % 2 == 1;
 }
 
-/// The capture of group 1 of the first match of `pattern` between `from` and `to`; the empty span
-/// without a match. The text is Latin-1 and so needs no check for well-formedness.
-BraceSpan captureSpan(QStringView text, BraceSpan range, const QRegularExpression &pattern)
+/// Where group 1 of the first match of `pattern` stands in `text`; the empty span without a match.
+/// The text is Latin-1 and so needs no check for well-formedness.
+BraceSpan captureSpan(QStringView text, const QRegularExpression &pattern)
 {
-    const QRegularExpressionMatch match = pattern.match(
-        text.sliced(range.open, range.close - range.open).toString(), 0,
-        QRegularExpression::NormalMatch, QRegularExpression::DontCheckSubjectStringMatchOption);
-    if (!match.hasMatch())
-        return {};
-    return {range.open + match.capturedStart(1), range.open + match.capturedEnd(1)};
+    const QRegularExpressionMatch match =
+        pattern.match(text.toString(), 0, QRegularExpression::NormalMatch,
+                      QRegularExpression::DontCheckSubjectStringMatchOption);
+    return {match.capturedStart(1), match.capturedEnd(1)};
 }
 
-/// The text with every value of the block replaced; none when there is no value to replace.
-/// `doubtful` is set when one of the old values goes on behind the quote that seems to end it.
-std::optional<QString> replaceValues(const QString &text, BraceSpan block, const QString &options,
-                                     bool &doubtful)
+/// The block with every value replaced; none when there is no value to replace. `doubtful` is set
+/// when one of the old values goes on behind the quote that seems to end it.
+std::optional<QString> replaceValues(QStringView block, const QString &options, bool &doubtful)
 {
     QString edited;
     qsizetype done = 0;
-    for (BraceSpan value = findLaunchOptionsValue(text, block.open, block.close); value.isValid();
-         value = findLaunchOptionsValue(text, value.close + 1, block.close)) {
-        doubtful = doubtful || isEscaped(text, value.close);
-        edited += QStringView(text).sliced(done, value.open + 1 - done);
+    for (BraceSpan value = findLaunchOptionsValue(block, 0, block.size()); value.isValid();
+         value = findLaunchOptionsValue(block, value.close + 1, block.size())) {
+        doubtful = doubtful || isEscaped(block, value.close);
+        edited += block.sliced(done, value.open + 1 - done);
         edited += options;
         done = value.close;
     }
     if (done == 0)
         return std::nullopt;
-    return edited += QStringView(text).sliced(done);
+    return edited += block.sliced(done);
 }
 
-/// The text with a line for the value before the block's first key line; none when the block does
-/// not show how its lines are indented.
-std::optional<QString> insertLine(const QString &text, BraceSpan block, const QString &options)
+/// The block with a line for the value before its first key line; none when the block does not show
+/// how its lines are indented.
+std::optional<QString> insertLine(QStringView block, const QString &options)
 {
     static const QRegularExpression blockIndent(u"\\{\\n(\\s*)\""_s);
-    const BraceSpan indent = captureSpan(text, {block.open, block.close + 1}, blockIndent);
-    if (!indent.isValid())
+    const BraceSpan found = captureSpan(block, blockIndent);
+    if (!found.isValid())
         return std::nullopt;
-    const QStringView indentation =
-        QStringView(text).sliced(indent.open, indent.close - indent.open);
-    return QStringView(text).first(indent.open) % indentation % valueLine(options) % u'\n' %
-           QStringView(text).sliced(indent.open);
+    const QStringView indent = block.sliced(found.open, found.close - found.open);
+    return block.first(found.open) % indent % valueLine(options) % u'\n' % block.sliced(found.open);
 }
 
-/// The text with a block for the game as the first entry of the "apps" section.
-QString insertBlock(const QString &text, BraceSpan apps, const QString &appid,
-                    const QString &options)
+/// A block for the game, to stand first in the "apps" section, between its brace and what follows.
+QString newBlock(QStringView section, const QString &appid, const QString &options)
 {
     static const QRegularExpression appIndent(u"\\n(\\t+)\"\\d+\""_s);
-    const BraceSpan found = captureSpan(text, apps, appIndent);
-    const QString indentation =
-        found.isValid() ? text.sliced(found.open, found.close - found.open) : u"\t\t\t\t\t"_s;
-    const QString block = u'\n' + indentation + u'"' + appid + "\"\n"_L1 + indentation + "{\n"_L1 +
-                          indentation + u'\t' + valueLine(options) + u'\n' + indentation + u'}';
-    return QStringView(text).first(apps.open + 1) % block % QStringView(text).sliced(apps.open + 1);
+    const BraceSpan found = captureSpan(section, appIndent);
+    const QString indent = found.isValid()
+                               ? section.sliced(found.open, found.close - found.open).toString()
+                               : u"\t\t\t\t\t"_s;
+    return u'\n' + indent + u'"' + appid + "\"\n"_L1 + indent + "{\n"_L1 + indent + u'\t' +
+           valueLine(options) + u'\n' + indent + u'}';
 }
 
 } // namespace
@@ -109,38 +103,48 @@ bool setLaunchOptions(const QString &path, const QString &appid, const QString &
 
     if (options.contains(u'"') || options.contains(u'\\'))
         return fail(u"options contain characters VDF cannot store unescaped"_s);
-    const std::optional<QByteArray> bytes = base::readWholeFile(path);
+    std::optional<QByteArray> bytes = base::readWholeFile(path);
     if (!bytes)
         return fail("cannot open "_L1 + path);
-    const QString text = QString::fromLatin1(*bytes);
+    QString text = QString::fromLatin1(*bytes);
     const QString newOptions = QString::fromLatin1(options.toUtf8());
 
     const BraceSpan apps = findAppsSection(text);
     if (!apps.isValid())
         return fail(u"no apps section found"_s);
     const BraceSpan block = findAppBlock(text, apps, appid);
-    QString newText;
+    // What is replaced, and by what; a position in the text is one in the bytes.
+    BraceSpan replaced;
+    QString replacement;
     bool doubtful = false;
     if (block.isValid()) {
-        std::optional<QString> edited = replaceValues(text, block, newOptions, doubtful);
+        replaced = {block.open, block.close + 1};
+        const QStringView blockText =
+            QStringView(text).sliced(replaced.open, replaced.close - replaced.open);
+        std::optional<QString> edited = replaceValues(blockText, newOptions, doubtful);
         if (!edited)
-            edited = insertLine(text, block, newOptions);
+            edited = insertLine(blockText, newOptions);
         if (!edited)
             return fail("cannot determine indentation for "_L1 + appid);
-        newText = *edited;
+        replacement = *edited;
         // Braces are counted only here: a new block adds a pair, and braces in its options are left
-        // to the reading back below.
-        if (newText.count(u'}') != text.count(u'}') || newText.count(u'{') != text.count(u'{'))
+        // to the reading back below. Outside the block nothing changes.
+        if (replacement.count(u'}') != blockText.count(u'}') ||
+            replacement.count(u'{') != blockText.count(u'{'))
             return fail(u"brace count changed; refusing to write"_s);
     } else {
-        newText = insertBlock(text, apps, appid, newOptions);
+        replaced = {apps.open + 1, apps.open + 1};
+        replacement = newBlock(QStringView(text).sliced(apps.open, apps.close - apps.open), appid,
+                               newOptions);
     }
-    if (doubtful || !options.isValidUtf16() || readLaunchOptions(newText, appid) != newOptions)
+    text.replace(replaced.open, replaced.close - replaced.open, replacement);
+    if (doubtful || !options.isValidUtf16() || readLaunchOptions(text, appid) != newOptions)
         return fail("post-edit verification failed for "_L1 + appid);
 
     if (makeBackup && writeBackup(path).isEmpty())
         return fail("could not write backup for "_L1 + path);
-    switch (base::replaceFile(path, newText.toLatin1())) {
+    bytes->replace(replaced.open, replaced.close - replaced.open, replacement.toLatin1());
+    switch (base::replaceFile(path, *bytes)) {
     case base::Replaced::Yes:
         break;
     case base::Replaced::CannotOpen:

@@ -25,6 +25,21 @@ QString rootSteamapps(const PretendMachine &machine)
     return machine.steamRoot() + "/steamapps"_L1;
 }
 
+/// Empties a folder, but for the entries of those names.
+void wipe(const QString &path, const QStringList &kept = {})
+{
+    const QDir folder(path);
+    for (const QFileInfo &entry : folder.entryInfoList(QDir::AllEntries | QDir::Hidden |
+                                                       QDir::System | QDir::NoDotAndDotDot)) {
+        if (kept.contains(entry.fileName()))
+            continue;
+        if (entry.isDir() && !entry.isSymLink())
+            QDir(entry.filePath()).removeRecursively();
+        else
+            QFile::remove(entry.filePath());
+    }
+}
+
 } // namespace
 
 PretendMachine::PretendMachine()
@@ -34,17 +49,12 @@ PretendMachine::PretendMachine()
         temporary = std::make_unique<QTemporaryDir>();
         machineRoot = temporary->path();
     }
-    // The folders themselves stay: they are what is laid over the real ones.
-    for (const QString &part : {u"home"_s, u"bin"_s, u"sys"_s, u"hwdata"_s}) {
-        const QDir folder(machineRoot + u'/' + part);
-        for (const QFileInfo &entry : folder.entryInfoList(QDir::AllEntries | QDir::Hidden |
-                                                           QDir::System | QDir::NoDotAndDotDot)) {
-            if (entry.isDir() && !entry.isSymLink())
-                QDir(entry.filePath()).removeRecursively();
-            else
-                QFile::remove(entry.filePath());
-        }
-        QDir().mkpath(folder.path());
+    // The four folders themselves stay: they are what is laid over the real ones.
+    const QStringList parts{u"home"_s, u"bin"_s, u"sys"_s, u"hwdata"_s};
+    wipe(machineRoot, parts);
+    for (const QString &part : parts) {
+        wipe(machineRoot + u'/' + part);
+        QDir().mkpath(machineRoot + u'/' + part);
     }
     inForce = true;
     previousHome = qgetenv("HOME");

@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: MIT
+#include "modaldialogs.h"
+#include "windowuser.h"
+
+#include "support/samplesteam.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const auto restartQuestion = u"Changes applied. Restart Steam now?"_s;
+const auto onePending = u"1 game(s) with pending changes. Steam must close briefly to apply."_s;
+
+QByteArray block(const QByteArray &appid, const QByteArray &content)
+{
+    return "\t\t\"" + appid + "\"\n\t\t{\n" + content + "\t\t}\n";
+}
+
+/// A block whose lines do not show how they are indented: they end in CR LF.
+QByteArray crlfBlock(const QByteArray &appid)
+{
+    return "\t\t\"" + appid + "\"\r\n\t\t{\r\n\t\t\t\"LastPlayed\"\t\t\"5\"\r\n\t\t}\r\n";
+}
+
+QByteArray localConfig(const QByteArray &blocks)
+{
+    return "\"S\"\n{\n\t\"apps\"\n\t{\n" + blocks + "\t}\n}\n";
+}
+
+} // namespace
+
+/// Apply where an edit, or the backup before it, fails.
+class TestMainWindowApplyFailures : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        qunsetenv("MARROWPULSE_GAMESCOPE_PREFIX");
+        QVERIFY(!QGuiApplication::overrideCursor());
+    }
+
+    void aFailedEditIsToldWithItsReason_data()
+    {
+        QTest::addColumn<QByteArray>("config");
+        QTest::addColumn<QByteArray>("prefix");
+        QTest::addColumn<QString>("warning");
+        QTest::newRow("block in CR LF without the value")
+            << localConfig(crlfBlock("100")) << QByteArray()
+            << u"Some changes failed:\n100: cannot determine indentation for 100"_s;
+        QTest::newRow("value with an escaped quote")
+            << localConfig(block("100", "\t\t\t\"LaunchOptions\"\t\t\"-x \\\"a\\\" %command%\"\n"))
+            << QByteArray()
+            << u"Some changes failed:\n100: post-edit verification failed for 100"_s;
+        QTest::newRow("no apps section") << QByteArray("\"S\"\n{\n}\n") << QByteArray()
+                                         << u"Some changes failed:\n100: no apps section found"_s;
+        QTest::newRow("options with a quote")
+            << localConfig(block("100", {})) << QByteArray("/opt/\"x\"")
+            << u"Some changes failed:\n100: options contain characters VDF cannot store unescaped"_s;
+        QTest::newRow("options with a brace")
+            << localConfig(block("100", "\t\t\t\"LaunchOptions\"\t\t\"-x\"\n"))
+            << QByteArray("/opt/{x")
+            << u"Some changes failed:\n100: brace count changed; refusing to write"_s;
+    }
+    void aFailedEditIsToldWithItsReason()
+    {
+        QFETCH(const QByteArray, config);
+        QFETCH(const QByteArray, prefix);
+        QFETCH(const QString, warning);
+        const PlayersMachine machine;
+        if (!prefix.isEmpty())
+            qputenv("MARROWPULSE_GAMESCOPE_PREFIX", prefix);
+        machine.addGame(u"100"_s, u"Alpha"_s);
+        machine.writeLocalConfig(config);
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+        user.click(user.applyButton);
+        QCOMPARE(boxes.shown(), (QStringList{warningBox(warning), questionBox(restartQuestion)}));
+        QCOMPARE(machine.readLocalConfig(), config);
+        QCOMPARE(machine.backups().size(), 1);
+        QCOMPARE(user.statusLabel->text(), onePending);
+        QVERIFY(user.applyButton->isEnabled());
+    }
+
+    void twoFailuresAreTwoLinesInStagingOrder()
+    {
+        const PlayersMachine machine;
+        machine.addGame(u"300"_s, u"Alpha"_s);
+        machine.addGame(u"100"_s, u"Beta"_s);
+        machine.addGame(u"200"_s, u"Gamma"_s);
+        machine.addGame(u"400"_s, u"Untouched"_s);
+        machine.writeLocalConfig(
+            localConfig(crlfBlock("100") + block("200", "\t\t\t\"LaunchOptions\"\t\t\"-x\"\n") +
+                        block("300", "\t\t\t\"LaunchOptions\"\t\t\"-y \\\"z\"\n")));
+        WindowUser user;
+        for (const auto &name : {u"Alpha"_s, u"Beta"_s, u"Gamma"_s})
+            user.toggle(name);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+        user.click(user.applyButton);
+
+        QCOMPARE(
+            boxes.shown(),
+            (QStringList{
+                warningBox(
+                    u"Some changes failed:\n300: post-edit verification failed for 300\n100: cannot determine indentation for 100"_s),
+                questionBox(restartQuestion)}));
+        QCOMPARE(machine.readLocalConfig(),
+                 localConfig(crlfBlock("100") +
+                             block("200", "\t\t\t\"LaunchOptions\"\t\t\"" +
+                                              defaultOptions.toUtf8() + "\"\n") +
+                             block("300", "\t\t\t\"LaunchOptions\"\t\t\"-y \\\"z\"\n")));
+        QCOMPARE(machine.backups().size(), 1);
+        QCOMPARE(user.statusLabel->text(),
+                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
+        // Everything is stored whatever the outcome, and own options are kept before the edit.
+        const QMap<QString, QString> stored = machine.storedValues();
+        for (const auto &appid : {u"100"_s, u"200"_s, u"300"_s, u"400"_s})
+            QCOMPARE(stored.value("config/"_L1 + appid + "/framegen"_L1), u"true"_s);
+        QCOMPARE(stored.value(u"original/200"_s), u"-x"_s);
+        QCOMPARE(stored.value(u"original/300"_s), u"-y \\"_s);
+        QVERIFY(!stored.contains(u"original/100"_s));
+    }
+
+    void aGameInTwoLibrariesFailsTwice()
+    {
+        PlayersMachine machine;
+        const QString second = machine.addLibrary(u"Games"_s);
+        machine.addGame(u"100"_s, u"Alpha"_s);
+        machine.addGame(u"100"_s, u"Alpha"_s, second);
+        machine.writeLocalConfig(localConfig(crlfBlock("100")));
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+        user.click(user.applyButton);
+        QCOMPARE(
+            boxes.shown(),
+            (QStringList{
+                warningBox(
+                    u"Some changes failed:\n100: cannot determine indentation for 100\n100: cannot determine indentation for 100"_s),
+                questionBox(restartQuestion)}));
+        QCOMPARE(user.statusLabel->text(),
+                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
+    }
+
+    void editedSettingsOfAFailedGameAreStored()
+    {
+        const PlayersMachine machine;
+        machine.addGame(u"100"_s, u"Alpha"_s);
+        machine.writeLocalConfig(localConfig(crlfBlock("100")));
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        user.choose(user.holdbackCombo, 1);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+        user.click(user.applyButton);
+        QCOMPARE(machine.storedValues().value(u"config/100/holdback"_s), u"2"_s);
+    }
+
+    void afterAFailureSteamIsStartedOnYes()
+    {
+        const PlayersMachine machine;
+        machine.addSteamCommand();
+        machine.addGame(u"100"_s, u"Alpha"_s);
+        machine.writeLocalConfig(localConfig(crlfBlock("100")));
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::Yes});
+        user.click(user.applyButton);
+        QTRY_COMPARE(machine.steamCalls(), QStringList{QString()});
+        QTRY_VERIFY(machine.isSteamClientRunning());
+    }
+
+    void aFailedBackupStopsApply()
+    {
+        const PlayersMachine machine;
+        machine.addSteamCommand();
+        machine.addGame(u"100"_s, u"Alpha"_s);
+        // A folder cannot be copied as a file, by root neither.
+        QDir().mkpath(machine.localConfig());
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Ok});
+        user.click(user.applyButton);
+        QCOMPARE(boxes.shown(),
+                 QStringList{warningBox(
+                     u"Could not write a backup of Steam's config; nothing was changed."_s)});
+        QCOMPARE(machine.backups(), QStringList());
+        QCOMPARE(machine.storedValues(), (QMap<QString, QString>()));
+        QCOMPARE(machine.steamCalls(), QStringList());
+        QCOMPARE(user.statusLabel->text(), onePending);
+    }
+
+    void afterAFailedBackupSteamStaysClosedAndNoRestartIsOffered()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        machine.startStubbornSteamClient();
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::Ok});
+        boxes.whileShown = [&machine](qsizetype index) {
+            if (index == 0)
+                QVERIFY(QFile::remove(machine.localConfig()));
+        };
+        const DialogVisit<QDialog> kill(
+            [&machine](QDialog *) { machine.killSteamClient(); },
+            [&machine] { return machine.steamCalls().contains(u"-shutdown"_s); });
+        user.click(user.applyButton);
+        QCOMPARE(
+            boxes.shown(),
+            (QStringList{
+                questionBox(
+                    u"Steam stores launch options in a file it rewrites on exit, so it must be closed to apply changes.\n\nClose Steam now? (It will be restarted afterwards.)"_s),
+                warningBox(
+                    u"Could not write a backup of Steam's config; nothing was changed."_s)}));
+        QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+        QVERIFY(!machine.isSteamClientRunning());
+        QVERIFY(!QFile::exists(machine.localConfig()));
+        QCOMPARE(machine.storedValues(), (QMap<QString, QString>()));
+    }
+};
+
+QTEST_MAIN(TestMainWindowApplyFailures)
+#include "test_mainwindow_apply_failures.moc"

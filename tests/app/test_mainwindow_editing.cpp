@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: MIT
+#include "modaldialogs.h"
+#include "windowuser.h"
+
+#include "app/advanceddialog.h"
+
+#include <QDialogButtonBox>
+#include <QSpinBox>
+#include <QTest>
+
+#include <functional>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+using Edit = std::function<void(WindowUser &)>;
+
+/// Opens the advanced dialog, does `work` in it and clicks on the button.
+void useAdvancedDialog(WindowUser &user, const std::function<void(AdvancedDialog *)> &work,
+                       QDialogButtonBox::StandardButton button = QDialogButtonBox::Ok)
+{
+    const DialogVisit<AdvancedDialog> visit([&](AdvancedDialog *dialog) {
+        work(dialog);
+        QTest::mouseClick(dialog->findChild<QDialogButtonBox *>(u"buttons"_s)->button(button),
+                          Qt::LeftButton);
+    });
+    user.click(user.advancedButton);
+    QVERIFY(visit.hasCome());
+}
+
+} // namespace
+
+class TestMainWindowEditing : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyControlWritesItsField_data()
+    {
+        QTest::addColumn<Edit>("edit");
+        QTest::addColumn<QString>("preview");
+        QTest::addColumn<QString>("key"); // that Apply stores differently from a default record
+        QTest::addColumn<QString>("value");
+        QTest::newRow("upscaling off") << Edit([](WindowUser &user) {
+            user.click(user.upscalingCheck);
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1920 -h 1080 -W 1920 -H 1080 -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                       << u"upscaling"_s << u"false"_s;
+        QTest::newRow("render resolution") << Edit([](WindowUser &user) {
+            user.choose(user.renderResCombo, 3);
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1600 -h 900 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                           << u"renderW"_s << u"1600"_s;
+        QTest::newRow("output resolution") << Edit([](WindowUser &user) {
+            user.choose(user.outputResCombo, 0);
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 3840 -H 2160 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                           << u"outputH"_s << u"2160"_s;
+        QTest::newRow("frame generation off") << Edit([](WindowUser &user) {
+            user.click(user.framegenCheck);
+        }) << u"MARROWPULSE=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                              << u"framegen"_s << u"false"_s;
+        QTest::newRow("method LSFG") << Edit([](WindowUser &user) {
+            user.choose(user.methodCombo, 1);
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 GAMESCOPE_FRAMEGEN_BACKEND=lsfg MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                     << u"fgbackend"_s << u"1"_s;
+        QTest::newRow("hold-back of two frames") << Edit([](WindowUser &user) {
+            user.choose(user.holdbackCombo, 1);
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=2 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                                 << u"holdback"_s << u"2"_s;
+        QTest::newRow("frame cap off") << Edit([](WindowUser &user) {
+            user.click(user.frameCapCheck);
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -f --force-windows-fullscreen -g -- %command%"_s
+                                       << u"framecap"_s << u"false"_s;
+        QTest::newRow("exact cap, in the dialog") << Edit([](WindowUser &user) {
+            useAdvancedDialog(user, [](AdvancedDialog *dialog) {
+                auto *spin = dialog->findChild<QSpinBox *>(u"capSpin"_s);
+                spin->selectAll();
+                QTest::keyClicks(spin, u"77"_s);
+            });
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 77 -f --force-windows-fullscreen -g -- %command%"_s
+                                                  << u"caphz"_s << u"77"_s;
+        QTest::newRow("interpolation after upscaling, in the dialog") << Edit([](WindowUser &user) {
+            useAdvancedDialog(user, [](AdvancedDialog *dialog) {
+                WindowUser::click(dialog->findChild<QCheckBox *>(u"renderResolutionCheck"_s));
+            });
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                                                      << u"renderres"_s
+                                                                      << u"false"_s;
+        QTest::newRow("pacing, in the dialog") << Edit([](WindowUser &user) {
+            useAdvancedDialog(user, [](AdvancedDialog *dialog) {
+                WindowUser::choose(dialog->findChild<QComboBox *>(u"pacingCombo"_s), 2);
+            });
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 MARROWPULSE_LOW_LATENCY=1.4 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                               << u"pacing"_s << u"14"_s;
+        QTest::newRow("overlay, in the dialog") << Edit([](WindowUser &user) {
+            useAdvancedDialog(user, [](AdvancedDialog *dialog) {
+                WindowUser::click(dialog->findChild<QCheckBox *>(u"overlayCheck"_s));
+            });
+        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 GAMESCOPE_FRAMEGEN_DEBUG=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
+                                                << u"debugoverlay"_s << u"true"_s;
+    }
+    void everyControlWritesItsField()
+    {
+        QFETCH(const Edit, edit);
+        QFETCH(const QString, key);
+        const PlayersMachine machine;
+        machine.installLosslessScaling();
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+
+        edit(user);
+        QTEST(user.previewLabel->text(), "preview");
+        QCOMPARE(user.statusLabel->text(),
+                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QVERIFY(user.applyButton->isEnabled());
+
+        const MessageBoxAnswers boxes({QMessageBox::No});
+        user.click(user.applyButton);
+        QTEST(machine.storedValues().value("config/100/"_L1 + key), "value");
+    }
+
+    void controlsThatDoNotApplyAreGrey_data()
+    {
+        QTest::addColumn<QString>("check"); // cleared
+        QTest::addColumn<QStringList>("grey");
+        QTest::newRow("none cleared") << QString() << QStringList();
+        QTest::newRow("upscaling") << u"upscalingCheck"_s << QStringList{u"renderResCombo"_s};
+        QTest::newRow("frame generation")
+            << u"framegenCheck"_s << QStringList{u"methodCombo"_s, u"holdbackCombo"_s};
+        QTest::newRow("frame cap") << u"frameCapCheck"_s << QStringList();
+    }
+    void controlsThatDoNotApplyAreGrey()
+    {
+        QFETCH(const QString, check);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s}});
+        WindowUser user;
+        const auto grey = [&user] {
+            QStringList names;
+            for (const QWidget *widget :
+                 QList<QWidget *>{user.upscalingCheck, user.renderResCombo, user.outputResCombo,
+                                  user.framegenCheck, user.methodCombo, user.holdbackCombo,
+                                  user.frameCapCheck, user.advancedButton}) {
+                if (!widget->isEnabled())
+                    names.append(widget->objectName());
+            }
+            return names;
+        };
+        if (!check.isEmpty())
+            user.click(user.window.findChild<QCheckBox *>(check));
+        QTEST(grey(), "grey");
+        // The same when the record is shown again.
+        user.select(u"Beta"_s);
+        user.select(u"Alpha"_s);
+        QTEST(grey(), "grey");
+    }
+
+    void eachGameHasItsOwnSettings()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        WindowUser user;
+        user.click(user.upscalingCheck);
+        user.choose(user.holdbackCombo, 1);
+        user.select(u"Beta"_s);
+        QVERIFY(user.upscalingCheck->isChecked());
+        QCOMPARE(user.holdbackCombo->currentIndex(), 0);
+        QCOMPARE(user.previewLabel->text(), defaultOptions);
+        QCOMPARE(user.statusLabel->text(),
+                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        user.select(u"Alpha"_s);
+        QVERIFY(!user.upscalingCheck->isChecked());
+        QCOMPARE(user.holdbackCombo->currentIndex(), 1);
+    }
+
+    void lsfgIsStoredAsBuiltInWhileLosslessScalingIsMissing()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        user.methodCombo->setCurrentIndex(1); // no click or key gets there
+        user.click(user.frameCapCheck);
+        const MessageBoxAnswers boxes({QMessageBox::No});
+        user.click(user.applyButton);
+        QCOMPARE(machine.storedValues().value(u"config/100/fgbackend"_s), u"0"_s);
+    }
+
+    void storedLsfgShowsAsBuiltInWhileLosslessScalingIsMissing()
+    {
+        const PlayersMachine machine;
+        machine.storeValues(
+            {{u"config/100/framegen"_s, u"true"_s}, {u"config/100/fgbackend"_s, u"1"_s}});
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        const WindowUser user;
+        QCOMPARE(user.methodCombo->currentIndex(), 0);
+    }
+
+    void frameCapTextFollowsTheDialogAndTheGame()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s}});
+        WindowUser user;
+        // The options that Steam holds carry a number; it is the cap from then on.
+        QCOMPARE(user.frameCapCheck->text(), u"Limit frame rate to 45 fps (smoother)"_s);
+        useAdvancedDialog(user, [](AdvancedDialog *dialog) {
+            auto *spin = dialog->findChild<QSpinBox *>(u"capSpin"_s);
+            spin->selectAll();
+            QTest::keyClicks(spin, u"120"_s);
+        });
+        QCOMPARE(user.frameCapCheck->text(), u"Limit frame rate to 120 fps (smoother)"_s);
+        user.select(u"Beta"_s);
+        QCOMPARE(user.frameCapCheck->text(), u"Limit frame rate to 45 fps (smoother)"_s);
+    }
+
+    void cancelledDialogChangesNothing_data()
+    {
+        QTest::addColumn<bool>("byClosing");
+        QTest::newRow("Cancel") << false;
+        QTest::newRow("closed") << true;
+    }
+    void cancelledDialogChangesNothing()
+    {
+        QFETCH(const bool, byClosing);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        useAdvancedDialog(
+            user,
+            [byClosing](AdvancedDialog *dialog) {
+                for (const auto &name :
+                     {u"limitCheck"_s, u"renderResolutionCheck"_s, u"overlayCheck"_s})
+                    WindowUser::click(dialog->findChild<QCheckBox *>(name));
+                WindowUser::choose(dialog->findChild<QComboBox *>(u"pacingCombo"_s), 1);
+                if (byClosing)
+                    dialog->close();
+            },
+            QDialogButtonBox::Cancel);
+        QCOMPARE(user.previewLabel->text(), defaultOptions);
+        QVERIFY(user.frameCapCheck->isChecked());
+        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+    }
+
+    void dialogIsModalAndOfTheWindow()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        useAdvancedDialog(user, [&user](AdvancedDialog *dialog) {
+            QCOMPARE(dialog->parentWidget(), &user.window);
+            QVERIFY(dialog->isModal());
+        });
+    }
+};
+
+QTEST_MAIN(TestMainWindowEditing)
+#include "test_mainwindow_editing.moc"

@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: MIT
+#include "windowuser.h"
+
+#include <QImage>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+QStringList names(const WindowUser &user)
+{
+    QStringList texts;
+    for (int row = 0; row < user.gameList->count(); ++row)
+        texts.append(user.gameList->item(row)->text());
+    return texts;
+}
+
+void addPicture(const PlayersMachine &machine, const QString &appid, QSize size)
+{
+    const QString path =
+        machine.steamRoot() + "/appcache/librarycache/"_L1 + appid + "_icon.jpg"_L1;
+    machine.write(path, {});
+    QImage picture(size, QImage::Format_RGB32);
+    picture.fill(Qt::red);
+    QVERIFY(picture.save(path, "PNG"));
+}
+
+} // namespace
+
+class TestMainWindowList : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void listsTheGamesByName()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"300"_s, u"Alpha"_s}, {u"100"_s, u"Gamma"_s}, {u"200"_s, u"Beta"_s}});
+        const WindowUser user;
+        QCOMPARE(names(user), (QStringList{u"Alpha"_s, u"Beta"_s, u"Gamma"_s}));
+    }
+
+    void anItemIsAGameThatCanBeTicked()
+    {
+        const PlayersMachine machine;
+        addPicture(machine, u"100"_s, {32, 32});
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        const WindowUser user;
+        const QListWidgetItem *alpha = user.item(u"Alpha"_s);
+        QCOMPARE(alpha->data(Qt::UserRole), QVariant(u"100"_s));
+        QCOMPARE(alpha->flags(), QListWidgetItem().flags() | Qt::ItemIsUserCheckable);
+        QCOMPARE(alpha->checkState(), Qt::Unchecked);
+        QVERIFY(alpha->data(Qt::DecorationRole)
+                    .value<QIcon>()
+                    .pixmap(32, 32)
+                    .toImage()
+                    .pixelColor(16, 16) == Qt::red);
+
+        const QListWidgetItem *beta = user.item(u"Beta"_s);
+        QCOMPARE(beta->data(Qt::UserRole), QVariant(u"200"_s));
+        QCOMPARE(beta->checkState(), Qt::Checked);
+        QVERIFY(!beta->data(Qt::DecorationRole).isValid());
+    }
+
+    void toolTipTellsOfCustomLaunchOptions_data()
+    {
+        QTest::addColumn<QString>("launchOptions");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("none") << QString() << QString();
+        QTest::newRow("the user's own")
+            << u"gamemoderun %command%"_s
+            << u"Has custom launch options; enabling will replace them (restored on disable):\ngamemoderun %command%"_s;
+        QTest::newRow("written by this program") << defaultOptions << QString();
+    }
+    void toolTipTellsOfCustomLaunchOptions()
+    {
+        QFETCH(const QString, launchOptions);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, launchOptions}});
+        const WindowUser user;
+        QTEST(user.item(u"Alpha"_s)->toolTip(), "expected");
+    }
+
+    void toolTipFollowsTheMarkAtTheNextRefresh()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, u"-windowed"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        user.toggle(u"Beta"_s);
+        user.click(user.refreshButton);
+        QCOMPARE(user.item(u"Alpha"_s)->toolTip(), QString());
+        QCOMPARE(user.item(u"Beta"_s)->toolTip(), QString());
+        user.toggle(u"Alpha"_s);
+        user.click(user.refreshButton);
+        QCOMPARE(
+            user.item(u"Alpha"_s)->toolTip(),
+            u"Has custom launch options; enabling will replace them (restored on disable):\n-windowed"_s);
+    }
+
+    void rowsHaveOneHeightAndRoomForThePicture()
+    {
+        const PlayersMachine machine;
+        addPicture(machine, u"100"_s, {32, 32});
+        addPicture(machine, u"200"_s, {460, 215});
+        machine.installGames(
+            {{u"100"_s, u"Square"_s}, {u"200"_s, u"Wide"_s}, {u"300"_s, u"None"_s}});
+        const WindowUser user;
+        const auto height = [&](const QString &name) {
+            return user.gameList->visualItemRect(user.item(name)).height();
+        };
+        QVERIFY(height(u"Square"_s) >= 32);
+        QCOMPARE(height(u"Wide"_s), height(u"Square"_s));
+        QCOMPARE(height(u"None"_s), height(u"Square"_s));
+    }
+
+    void firstGameIsSelectedAtStart()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Beta"_s}, {u"200"_s, u"Alpha"_s}});
+        const WindowUser user;
+        QCOMPARE(user.gameList->currentRow(), 0);
+        QCOMPARE(user.settingsGroup->title(), u"Game settings: Alpha"_s);
+        QVERIFY(!user.settingsGroup->isEnabled());
+    }
+
+    void anEmptyListLeavesTheSettingsWithoutAGame_data()
+    {
+        QTest::addColumn<bool>("withSteam");
+        QTest::newRow("no Steam") << false;
+        QTest::newRow("no games") << true;
+    }
+    void anEmptyListLeavesTheSettingsWithoutAGame()
+    {
+        QFETCH(const bool, withSteam);
+        support::PretendMachine machine;
+        machine.addGpu({.card = u"card0"_s, .address = u"0000:03:00.0"_s});
+        if (withSteam)
+            machine.installSteam();
+        WindowUser user;
+        QCOMPARE(user.gameList->count(), 0);
+        QCOMPARE(user.settingsGroup->title(), u"Game settings"_s);
+        QVERIFY(!user.settingsGroup->isEnabled());
+        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QVERIFY(!user.applyButton->isEnabled());
+        user.click(user.refreshButton);
+        QCOMPARE(user.gameList->count(), 0);
+    }
+
+    void tickingAGameSelectsItAndUnlocksItsSettings()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        WindowUser user;
+        user.toggle(u"Beta"_s);
+        QCOMPARE(user.gameList->currentItem(), user.item(u"Beta"_s));
+        QCOMPARE(user.settingsGroup->title(), u"Game settings: Beta"_s);
+        QVERIFY(user.settingsGroup->isEnabled());
+        user.select(u"Alpha"_s);
+        QVERIFY(!user.isTicked(u"Alpha"_s));
+        QVERIFY(!user.settingsGroup->isEnabled());
+        user.toggle(u"Beta"_s);
+        QVERIFY(!user.isTicked(u"Beta"_s));
+        QCOMPARE(user.settingsGroup->title(), u"Game settings: Beta"_s);
+        QVERIFY(!user.settingsGroup->isEnabled());
+    }
+
+    void spaceTicksTheCurrentGame()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        WindowUser user;
+        user.gameList->setFocus();
+        QTest::keyClick(user.gameList, Qt::Key_Down);
+        QTest::keyClick(user.gameList, Qt::Key_Space);
+        QVERIFY(user.isTicked(u"Beta"_s));
+        QVERIFY(!user.isTicked(u"Alpha"_s));
+        QVERIFY(user.settingsGroup->isEnabled());
+    }
+
+    void refreshKeepsEditsAndMarks()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s},
+                              {u"200"_s, u"Beta"_s, defaultOptions},
+                              {u"300"_s, u"Gamma"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        user.choose(user.outputResCombo, 1);
+        user.toggle(u"Beta"_s);
+        QCOMPARE(user.statusLabel->text(),
+                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
+        user.click(user.refreshButton);
+        QVERIFY(user.isTicked(u"Alpha"_s));
+        QVERIFY(!user.isTicked(u"Beta"_s));
+        QVERIFY(!user.isTicked(u"Gamma"_s));
+        QCOMPARE(user.statusLabel->text(),
+                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
+        user.select(u"Alpha"_s);
+        QCOMPARE(user.outputResCombo->currentText(), u"2560x1440"_s);
+    }
+
+    void refreshBringsNewGamesWithStoredOrDefaultSettings()
+    {
+        const PlayersMachine machine;
+        machine.storeValues({{u"config/200/framegen"_s, u"true"_s},
+                             {u"config/200/outputW"_s, u"3840"_s},
+                             {u"config/200/outputH"_s, u"2160"_s}});
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        machine.addGame(u"200"_s, u"Beta"_s);
+        machine.addGame(u"300"_s, u"Gamma"_s);
+        user.click(user.refreshButton);
+        QCOMPARE(names(user), (QStringList{u"Alpha"_s, u"Beta"_s, u"Gamma"_s}));
+        user.select(u"Beta"_s);
+        QCOMPARE(user.outputResCombo->currentText(), u"3840x2160"_s);
+        user.select(u"Gamma"_s);
+        QCOMPARE(user.outputResCombo->currentText(), u"1920x1080"_s);
+    }
+
+    void refreshKeepsTheSelectedGame()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"200"_s, u"Beta"_s}, {u"300"_s, u"Gamma"_s}});
+        WindowUser user;
+        user.select(u"Gamma"_s);
+        machine.addGame(u"100"_s, u"Alpha"_s);
+        user.click(user.refreshButton);
+        QCOMPARE(user.gameList->currentRow(), 2);
+        QCOMPARE(user.settingsGroup->title(), u"Game settings: Gamma"_s);
+    }
+
+    void refreshSelectsTheFirstGameWhenTheSelectedOneIsGone()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        WindowUser user;
+        user.select(u"Beta"_s);
+        machine.removeGame(u"200"_s);
+        user.click(user.refreshButton);
+        QCOMPARE(names(user), QStringList{u"Alpha"_s});
+        QCOMPARE(user.gameList->currentRow(), 0);
+        QCOMPARE(user.settingsGroup->title(), u"Game settings: Alpha"_s);
+    }
+
+    void refreshAfterTheLastGameIsGoneLeavesNone()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        QVERIFY(user.settingsGroup->isEnabled());
+        machine.removeGame(u"100"_s);
+        user.click(user.refreshButton);
+        QCOMPARE(user.settingsGroup->title(), u"Game settings"_s);
+        QVERIFY(!user.settingsGroup->isEnabled());
+    }
+
+    void aGameThatComesBackHasItsUnsavedChanges()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        WindowUser user;
+        user.toggle(u"Beta"_s);
+        user.click(user.framegenCheck);
+        machine.removeGame(u"200"_s);
+        user.click(user.refreshButton);
+        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        machine.addGame(u"200"_s, u"Beta"_s);
+        user.click(user.refreshButton);
+        QVERIFY(user.isTicked(u"Beta"_s));
+        user.select(u"Beta"_s);
+        QVERIFY(!user.framegenCheck->isChecked());
+    }
+
+    void refreshReadsLaunchOptionsAgain()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, u"-old"_s}});
+        WindowUser user;
+        machine.installGames({{u"100"_s, u"Alpha"_s, u"-new"_s}});
+        user.click(user.refreshButton);
+        QCOMPARE(user.previewLabel->text(), u"-new"_s);
+        QVERIFY(user.item(u"Alpha"_s)->toolTip().endsWith("\n-new"_L1));
+    }
+
+    void altRRefreshes()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        machine.addGame(u"200"_s, u"Beta"_s);
+        QTest::keyClick(&user.window, Qt::Key_R, Qt::AltModifier);
+        QTRY_COMPARE(user.gameList->count(), 2);
+    }
+
+    void waitCursorShowsDuringARefreshOnly()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        QList<Qt::CursorShape> shapes;
+        connect(user.gameList->model(), &QAbstractItemModel::rowsInserted, this, [&] {
+            const QCursor *cursor = QGuiApplication::overrideCursor();
+            shapes.append(cursor ? cursor->shape() : Qt::ArrowCursor);
+        });
+        user.click(user.refreshButton);
+        QCOMPARE(shapes, QList<Qt::CursorShape>{Qt::WaitCursor});
+        QVERIFY(!QGuiApplication::overrideCursor());
+    }
+
+    void aGameInTwoLibrariesIsListedTwice()
+    {
+        PlayersMachine machine;
+        const QString second = machine.addLibrary(u"Games"_s);
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        machine.addGame(u"100"_s, u"Alpha"_s, second);
+        WindowUser user;
+        QCOMPARE(names(user), (QStringList{u"Alpha"_s, u"Alpha"_s, u"Beta"_s}));
+        user.toggle(u"Alpha"_s);
+        QCOMPARE(user.statusLabel->text(),
+                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
+    }
+};
+
+QTEST_MAIN(TestMainWindowList)
+#include "test_mainwindow_list.moc"

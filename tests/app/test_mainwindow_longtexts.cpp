@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: MIT
+#include "windowuser.h"
+
+#include <QAbstractItemView>
+#include <QAccessible>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QString longWords = u"The Very Long Name of a Game "_s.repeated(5).left(120);
+const QString unbroken = QString(120, u'W');
+const QString chinese = u"\u4e2d\u6587\u540d\u79f0"_s.repeated(30);
+const QString arabic = u"\u0644\u0639\u0628\u0629 "_s.repeated(24);
+
+void addNameRows()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("words") << longWords;
+    QTest::newRow("unbroken") << unbroken;
+    QTest::newRow("Chinese") << chinese;
+    QTest::newRow("Arabic") << arabic.trimmed();
+}
+
+QSize minimumSizeWithShortTexts()
+{
+    const PlayersMachine machine;
+    machine.installGames({{u"100"_s, u"Alpha"_s, u"-x"_s}});
+    const WindowUser user;
+    return user.window.minimumSizeHint();
+}
+
+/// The window is as with short texts: neither pushed wider or taller nor kept from shrinking.
+void compareWithShortTexts(const WindowUser &user, QSize shortMinimum)
+{
+    QCOMPARE(user.window.size(), QSize(900, 620));
+    QVERIFY2(user.window.minimumSizeHint().width() <= shortMinimum.width(),
+             QByteArray::number(user.window.minimumSizeHint().width()));
+    // A second line of a GPU's name may take its height.
+    QVERIFY2(user.window.minimumSizeHint().height() <= 620,
+             QByteArray::number(user.window.minimumSizeHint().height()));
+    const QList<int> sizes = user.splitter->sizes();
+    QVERIFY2(qAbs(sizes[0] * 2 - sizes[1] * 3) <= 5,
+             qPrintable(u"%1 : %2"_s.arg(sizes[0]).arg(sizes[1])));
+}
+
+} // namespace
+
+class TestMainWindowLongTexts : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void longGameNamesLeaveTheWindowAsItIs_data() { addNameRows(); }
+    void longGameNamesLeaveTheWindowAsItIs()
+    {
+        QFETCH(const QString, name);
+        QCOMPARE(name.size(), name == arabic.trimmed() ? 119 : 120);
+        const QSize minimum = minimumSizeWithShortTexts();
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, name}});
+        WindowUser user;
+        user.toggle(name);
+        compareWithShortTexts(user, minimum);
+        QCOMPARE(user.settingsGroup->title(), "Game settings: "_L1 + name);
+    }
+
+    void longGpuNamesLeaveTheWindowAsItIs_data() { addNameRows(); }
+    void longGpuNamesLeaveTheWindowAsItIs()
+    {
+        QFETCH(const QString, name);
+        const QSize minimum = minimumSizeWithShortTexts();
+        const PlayersMachine machine;
+        // The database is read as Latin-1, so other scripts arrive as more and other letters.
+        machine.writePciIds("1002  AMD\n\t73bf  " + name.toUtf8() + "\n");
+        machine.addSecondGpu();
+        const WindowUser user;
+        compareWithShortTexts(user, minimum);
+        QVERIFY(user.renderGpuCombo->width() <= 900);
+    }
+
+    void aLongItemIsShownWholeInThePopup()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        const int wanted = user.holdbackCombo->fontMetrics().horizontalAdvance(
+            u"2 frames (smoother when fps dips below ~30, +1 frame latency)"_s);
+        QVERIFY(user.holdbackCombo->width() < wanted); // else nothing is shown here
+        user.holdbackCombo->showPopup();
+        QTRY_VERIFY(user.holdbackCombo->view()->isVisible());
+        QVERIFY(user.holdbackCombo->view()->viewport()->width() >= wanted);
+        user.holdbackCombo->hidePopup();
+    }
+
+    void longLaunchOptionsLeaveTheWindowAsItIs_data()
+    {
+        QTest::addColumn<QString>("options");
+        QTest::newRow("words") << u"--an-option value "_s.repeated(112).left(2000);
+        QTest::newRow("unbroken") << QString(2000, u'x');
+        QTest::newRow("unbroken Chinese") << u"\u4e2d"_s.repeated(2000);
+    }
+    void longLaunchOptionsLeaveTheWindowAsItIs()
+    {
+        QFETCH(const QString, options);
+        QCOMPARE(options.size(), 2000);
+        const QSize minimum = minimumSizeWithShortTexts();
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, options}});
+        const WindowUser user;
+        compareWithShortTexts(user, minimum);
+        QCOMPARE(user.previewLabel->text(), options);
+        // Nothing is covered: the preview ends above the button.
+        const QWidget *area = user.previewLabel->parentWidget();
+        QVERIFY(area->mapTo(&user.window, QPoint(0, area->height())).y() <=
+                user.advancedButton->mapTo(&user.window, QPoint()).y());
+    }
+
+    void theEndOfLongLaunchOptionsCanBeReached_data()
+    {
+        QTest::addColumn<QString>("options");
+        QTest::newRow("words") << u"--an-option value "_s.repeated(112).left(2000);
+        QTest::newRow("unbroken") << QString(2000, u'x');
+    }
+    void theEndOfLongLaunchOptionsCanBeReached()
+    {
+        QFETCH(const QString, options);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, options}});
+        const WindowUser user;
+        const QLabel *preview = user.previewLabel;
+        QVERIFY(preview->textInteractionFlags() & Qt::TextSelectableByMouse);
+        // Scrolled by the area around it, it has the room that its text needs.
+        QVERIFY(preview->height() >= preview->heightForWidth(preview->width()));
+        const int needed = preview->fontMetrics().horizontalAdvance(options);
+        const int room = preview->width() * (preview->height() / preview->fontMetrics().height());
+        QVERIFY2(room >= needed, qPrintable(u"%1 of %2"_s.arg(room).arg(needed)));
+    }
+
+    void launchOptionsThatLookLikeMarkupAreShownAsTheyAre_data()
+    {
+        QTest::addColumn<QString>("options");
+        QTest::newRow("bold") << u"<b>x</b> %command%"_s;
+        QTest::newRow("entity") << u"a &amp; b &lt; c"_s;
+        QTest::newRow("break") << u"<html>one<br>two</html>"_s;
+    }
+    void launchOptionsThatLookLikeMarkupAreShownAsTheyAre()
+    {
+        QFETCH(const QString, options);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, options}});
+        const WindowUser user;
+        QCOMPARE(user.previewLabel->text(), options);
+        QCOMPARE(user.previewLabel->textFormat(), Qt::PlainText);
+        QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(user.previewLabel);
+        QCOMPARE(accessible->text(QAccessible::Name), options);
+    }
+
+    void ampersandsInNamesAreNoShortcuts_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("title"); // for the widget: && shows one
+        QTest::newRow("Tom & Jerry") << u"Tom & Jerry"_s << u"Game settings: Tom && Jerry"_s;
+        QTest::newRow("without blanks") << u"R&D"_s << u"Game settings: R&&D"_s;
+        QTest::newRow("two") << u"A&&B"_s << u"Game settings: A&&&&B"_s;
+    }
+    void ampersandsInNamesAreNoShortcuts()
+    {
+        QFETCH(const QString, name);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, name}});
+        const WindowUser user;
+        QTEST(user.settingsGroup->title(), "title");
+        QCOMPARE(QAccessible::queryAccessibleInterface(user.settingsGroup)->text(QAccessible::Name),
+                 "Game settings: "_L1 + name);
+        QCOMPARE(user.gameList->item(0)->text(), name);
+    }
+
+    void aGamesNameMarkAndToolTipReachAScreenReader()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, u"-x"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        const WindowUser user;
+        QAccessibleInterface *list = QAccessible::queryAccessibleInterface(user.gameList);
+        QCOMPARE(list->text(QAccessible::Name), u"Games"_s);
+        QCOMPARE(list->child(0)->text(QAccessible::Name), u"Alpha"_s);
+        QCOMPARE(list->child(1)->text(QAccessible::Name), u"Beta"_s);
+        QVERIFY(!list->child(0)->state().checked);
+        QVERIFY(list->child(1)->state().checked);
+        QVERIFY(list->child(1)->state().checkable);
+        QCOMPARE(
+            list->child(0)->text(QAccessible::Description),
+            u"Has custom launch options; enabling will replace them (restored on disable):\n-x"_s);
+    }
+
+    void controlsHaveTheirLabelsAsAccessibleNames_data()
+    {
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("rendering GPU") << u"renderGpuCombo"_s << u"Rendering GPU:"_s;
+        QTest::newRow("render resolution") << u"renderResCombo"_s << u"Render resolution:"_s;
+        QTest::newRow("output resolution") << u"outputResCombo"_s << u"Output resolution:"_s;
+        QTest::newRow("method") << u"methodCombo"_s << u"Method:"_s;
+        QTest::newRow("hold-back") << u"holdbackCombo"_s << u"Hold-back:"_s;
+    }
+    void controlsHaveTheirLabelsAsAccessibleNames()
+    {
+        QFETCH(const QString, control);
+        const PlayersMachine machine;
+        const WindowUser user;
+        // On Linux a combo box's name to a screen reader is that of the label it is related to.
+        QStringList labels;
+        for (const auto &relation :
+             QAccessible::queryAccessibleInterface(user.window.findChild<QWidget *>(control))
+                 ->relations(QAccessible::Label)) {
+            if (relation.first->role() == QAccessible::StaticText)
+                labels.append(relation.first->text(QAccessible::Name));
+        }
+        QCOMPARE(labels.size(), 1);
+        QTEST(labels.first(), "name");
+    }
+};
+
+QTEST_MAIN(TestMainWindowLongTexts)
+#include "test_mainwindow_longtexts.moc"

@@ -1,0 +1,364 @@
+// SPDX-License-Identifier: MIT
+#include "modaldialogs.h"
+#include "windowuser.h"
+
+#include <QAbstractItemView>
+#include <QDir>
+#include <QHelpEvent>
+#include <QIcon>
+#include <QImage>
+#include <QLineEdit>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolTip>
+
+using namespace Qt::StringLiterals;
+
+class TestMainWindowStartup : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup() { qunsetenv("MARROWPULSE_GAMESCOPE_PREFIX"); }
+
+    void opensAt900x620WithTheTitle()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        QCOMPARE(user.window.size(), QSize(900, 620));
+        QCOMPARE(user.window.windowTitle(), u"Marrowpulse"_s);
+        QCOMPARE(user.window.parentWidget(), nullptr);
+    }
+
+    void splitterDividesThreeToTwo()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        QCOMPARE(user.splitter->orientation(), Qt::Horizontal);
+        QCOMPARE(user.splitter->widget(0), user.gameList);
+        QCOMPARE(user.splitter->widget(1), user.settingsGroup);
+        const QList<int> sizes = user.splitter->sizes();
+        QVERIFY2(qAbs(sizes[0] * 2 - sizes[1] * 3) <= 5,
+                 qPrintable(u"%1 : %2"_s.arg(sizes[0]).arg(sizes[1])));
+    }
+
+    void splitterKeepsThreeToTwoWhenTheWindowGrows()
+    {
+        const PlayersMachine machine;
+        WindowUser user;
+        user.window.resize(1400, 800);
+        QTRY_COMPARE(user.window.width(), 1400);
+        const QList<int> sizes = user.splitter->sizes();
+        QVERIFY2(qAbs(sizes[0] * 2 - sizes[1] * 3) <= 10,
+                 qPrintable(u"%1 : %2"_s.arg(sizes[0]).arg(sizes[1])));
+    }
+
+    void windowCanBeMadeSmaller()
+    {
+        const PlayersMachine machine;
+        WindowUser user;
+        user.window.resize(700, 560);
+        QTRY_COMPARE(user.window.size(), QSize(700, 560));
+    }
+
+    void visibleTexts_data()
+    {
+        QTest::addColumn<QString>("widget");
+        QTest::addColumn<QByteArray>("property");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *widget, const char *property, const QString &expected) {
+            QTest::addRow("%s %s", widget, property)
+                << QString::fromLatin1(widget) << QByteArray(property) << expected;
+        };
+        row("upscalingCheck", "text", u"Upscaling (FSR)"_s);
+        row("framegenCheck", "text", u"Frame generation"_s);
+        row("frameCapCheck", "toolTip",
+            u"Frame generation interpolates between the frames the game produces, so it works best when those arrive at a steady rate. Capping the game below your display's refresh rate is the biggest smoothness improvement available, and for games with no frame rate limit of their own it is the only way to get one. The cost is slightly more input delay. Use the gear button to set an exact value."_s);
+        row("previewLabel", "text", QString());
+        row("previewLabel", "styleSheet", u"color: gray; font-size: 8pt;"_s);
+        row("advancedButton", "text", u"Advanced\u2026"_s);
+        row("advancedButton", "toolTip",
+            u"Advanced settings for this game: exact frame rate cap, frame generation internals, and the in-game overlay."_s);
+        row("statusLabel", "text", u"No pending changes."_s);
+        row("refreshButton", "text", u"&Refresh"_s);
+        row("refreshButton", "toolTip",
+            u"Re-scan installed Steam games (e.g. after installing one). Keeps unsaved changes."_s);
+        row("applyButton", "text", u"&Apply"_s);
+        row("applyButton", "toolTip", QString());
+        row("upscalingCheck", "toolTip", QString());
+        row("settingsGroup", "title", u"Game settings"_s);
+    }
+    void visibleTexts()
+    {
+        QFETCH(const QString, widget);
+        QFETCH(const QByteArray, property);
+        const PlayersMachine machine;
+        const WindowUser user;
+        const auto *found = user.window.findChild<QWidget *>(widget);
+        QVERIFY(found);
+        QTEST(found->property(property).toString(), "expected");
+    }
+
+    void labelsNameTheirControls_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("control");
+        QTest::newRow("rendering GPU") << u"Rendering GPU:"_s << u"renderGpuCombo"_s;
+        QTest::newRow("render resolution") << u"Render resolution:"_s << u"renderResCombo"_s;
+        QTest::newRow("output resolution") << u"Output resolution:"_s << u"outputResCombo"_s;
+        QTest::newRow("method") << u"Method:"_s << u"methodCombo"_s;
+        QTest::newRow("hold-back") << u"Hold-back:"_s << u"holdbackCombo"_s;
+    }
+    void labelsNameTheirControls()
+    {
+        QFETCH(const QString, text);
+        const PlayersMachine machine;
+        const WindowUser user;
+        const QLabel *found = nullptr;
+        for (const QLabel *label : user.window.findChildren<QLabel *>()) {
+            if (label->text() == text)
+                found = label;
+        }
+        QVERIFY(found && found->buddy());
+        QTEST(found->buddy()->objectName(), "control");
+        QVERIFY(found->mapTo(&user.window, QPoint()).x() <
+                found->buddy()->mapTo(&user.window, QPoint()).x());
+    }
+
+    void groupOfGpusIsTitled()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        const auto *group = qobject_cast<QGroupBox *>(user.gpuLabel->parentWidget());
+        QVERIFY(group);
+        QCOMPARE(group->title(), u"GPUs"_s);
+        QVERIFY(user.gpuLabel->wordWrap());
+    }
+
+    void controlsStandInReadingOrder()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        int above = -1;
+        for (QWidget *widget : QList<QWidget *>{
+                 user.gpuLabel, user.renderGpuCombo, user.upscalingCheck, user.renderResCombo,
+                 user.outputResCombo, user.framegenCheck, user.methodCombo, user.holdbackCombo,
+                 user.frameCapCheck, user.previewLabel, user.advancedButton, user.applyButton}) {
+            const int y = widget->mapTo(&user.window, QPoint(0, widget->height() / 2)).y();
+            QVERIFY2(y > above, qPrintable(widget->objectName()));
+            above = y;
+        }
+        const auto x = [&](QWidget *widget) { return widget->mapTo(&user.window, QPoint()).x(); };
+        QVERIFY(x(user.statusLabel) < x(user.refreshButton));
+        QVERIFY(x(user.refreshButton) < x(user.applyButton));
+    }
+
+    void tabVisitsTheControlsInReadingOrder()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        user.renderGpuCombo->setFocus();
+        QStringList visited;
+        for (int i = 0; i < 13; ++i) {
+            visited.append(QApplication::focusWidget()->objectName());
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        }
+        QCOMPARE(visited, (QStringList{u"renderGpuCombo"_s, u"gameList"_s, u"upscalingCheck"_s,
+                                       u"renderResCombo"_s, u"outputResCombo"_s, u"framegenCheck"_s,
+                                       u"methodCombo"_s, u"holdbackCombo"_s, u"frameCapCheck"_s,
+                                       u"advancedButton"_s, u"refreshButton"_s, u"applyButton"_s,
+                                       u"renderGpuCombo"_s}));
+    }
+
+    void resolutionBoxesAreEditableWithSevenSizesLargestFirst_data()
+    {
+        QTest::addColumn<QString>("box");
+        QTest::newRow("render resolution") << u"renderResCombo"_s;
+        QTest::newRow("output resolution") << u"outputResCombo"_s;
+    }
+    void resolutionBoxesAreEditableWithSevenSizesLargestFirst()
+    {
+        QFETCH(const QString, box);
+        const PlayersMachine machine;
+        const WindowUser user;
+        const auto *combo = user.window.findChild<QComboBox *>(box);
+        QVERIFY(combo->isEditable());
+        QStringList items;
+        for (int i = 0; i < combo->count(); ++i) {
+            items.append(combo->itemText(i));
+            QVERIFY(!combo->itemData(i).isValid());
+        }
+        QCOMPARE(items, (QStringList{u"3840x2160"_s, u"2560x1440"_s, u"1920x1080"_s, u"1600x900"_s,
+                                     u"1280x720"_s, u"960x540"_s, u"854x480"_s}));
+    }
+
+    void holdbackAndMethodTexts()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        QCOMPARE(user.holdbackCombo->count(), 2);
+        QCOMPARE(user.holdbackCombo->itemText(0), u"1 frame (low latency)"_s);
+        QCOMPARE(user.holdbackCombo->itemText(1),
+                 u"2 frames (smoother when fps dips below ~30, +1 frame latency)"_s);
+        QVERIFY(!user.holdbackCombo->isEditable());
+        QCOMPARE(user.methodCombo->count(), 2);
+        QCOMPARE(user.methodCombo->itemText(0), u"MCFI (built-in)"_s);
+        QCOMPARE(user.methodCombo->itemText(1), u"LSFG (Lossless Scaling)"_s);
+        QVERIFY(!user.methodCombo->isEditable());
+    }
+
+    void withoutLosslessScalingTheSecondMethodIsGreyAndTellsWhyOnHover()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const QModelIndex lsfg = user.methodCombo->model()->index(1, 0);
+        QVERIFY(!(lsfg.flags() & Qt::ItemIsEnabled));
+        QVERIFY(user.methodCombo->model()->index(0, 0).flags() & Qt::ItemIsEnabled);
+
+        user.choose(user.methodCombo, 1);
+        QCOMPARE(user.methodCombo->currentIndex(), 0);
+        QTest::keyClick(user.methodCombo, Qt::Key_Down);
+        QCOMPARE(user.methodCombo->currentIndex(), 0);
+
+        user.methodCombo->showPopup();
+        QAbstractItemView *popup = user.methodCombo->view();
+        QTRY_VERIFY(popup->isVisible());
+        const QPoint place = popup->visualRect(lsfg).center();
+        QHelpEvent hover(QEvent::ToolTip, place, popup->viewport()->mapToGlobal(place));
+        QApplication::sendEvent(popup->viewport(), &hover);
+        QCOMPARE(
+            QToolTip::text(),
+            u"Lossless Scaling not found. Install it on Steam to enable LSFG frame generation."_s);
+        user.methodCombo->hidePopup();
+    }
+
+    void withLosslessScalingBothMethodsCanBeChosen()
+    {
+        const PlayersMachine machine;
+        machine.installLosslessScaling();
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        user.choose(user.methodCombo, 1);
+        QCOMPARE(user.methodCombo->currentText(), u"LSFG (Lossless Scaling)"_s);
+        QCOMPARE(user.methodCombo->itemData(1, Qt::ToolTipRole).toString(), QString());
+    }
+
+    void advancedButtonHasTheGearOfTheIconTheme()
+    {
+        const PlayersMachine machine;
+        const QString icons = machine.home() + "/icons"_L1;
+        machine.write(icons + "/pretend/index.theme"_L1,
+                      "[Icon Theme]\nName=pretend\nDirectories=16\n[16]\nSize=16\nType=Fixed\n");
+        QDir().mkpath(icons + "/pretend/16"_L1);
+        QImage gear(16, 16, QImage::Format_RGB32);
+        gear.fill(Qt::magenta);
+        QVERIFY(gear.save(icons + "/pretend/16/preferences-system.png"_L1));
+        const QStringList paths = QIcon::themeSearchPaths();
+        const QString theme = QIcon::themeName();
+        QIcon::setThemeSearchPaths({icons});
+        QIcon::setThemeName(u"pretend"_s);
+        {
+            const WindowUser user;
+            QCOMPARE(user.advancedButton->icon().pixmap(16, 16).toImage().pixelColor(8, 8),
+                     QColor(Qt::magenta));
+        }
+        QIcon::setThemeSearchPaths(paths);
+        QIcon::setThemeName(theme);
+    }
+
+    void listShowsPicturesIn32x32()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        QCOMPARE(user.gameList->iconSize(), QSize(32, 32));
+    }
+
+    void prefixComesFromTheEnvironmentOrTheFile_data()
+    {
+        QTest::addColumn<QByteArray>("environment");
+        QTest::addColumn<QByteArray>("file");
+        QTest::addColumn<QString>("expected"); // between the marker and the next token
+        const QByteArray unset;
+        QTest::newRow("neither") << unset << unset << u" "_s;
+        QTest::newRow("environment")
+            << QByteArray("/opt/gs") << unset << u" LD_LIBRARY_PATH=/opt/gs "_s;
+        QTest::newRow("environment, blanks kept")
+            << QByteArray("  /opt/gs  ") << unset << u" LD_LIBRARY_PATH=  /opt/gs   "_s;
+        QTest::newRow("environment before file")
+            << QByteArray("/opt/gs") << QByteArray("/opt/file") << u" LD_LIBRARY_PATH=/opt/gs "_s;
+        QTest::newRow("empty environment falls back to the file")
+            << QByteArray("") << QByteArray("/opt/file") << u" LD_LIBRARY_PATH=/opt/file "_s;
+        QTest::newRow("file, one word and a newline")
+            << unset << QByteArray("/opt/file\n") << u" LD_LIBRARY_PATH=/opt/file "_s;
+        QTest::newRow("file, white space trimmed on both ends")
+            << unset << QByteArray(" \t/opt/file \n\n") << u" LD_LIBRARY_PATH=/opt/file "_s;
+        QTest::newRow("file in UTF-8")
+            << unset << QByteArray("/opt/\xC3\xA9\n") << u" LD_LIBRARY_PATH=/opt/\u00e9 "_s;
+        QTest::newRow("file of white space") << unset << QByteArray(" \n\t\n") << u" "_s;
+    }
+    void prefixComesFromTheEnvironmentOrTheFile()
+    {
+        QFETCH(const QByteArray, environment);
+        QFETCH(const QByteArray, file);
+        QFETCH(const QString, expected);
+        const PlayersMachine machine;
+        if (!environment.isNull())
+            qputenv("MARROWPULSE_GAMESCOPE_PREFIX", environment);
+        if (!file.isNull())
+            machine.write(machine.home() + "/.config/marrowpulse/gamescope-prefix"_L1, file);
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        const MessageBoxAnswers boxes;
+        const WindowUser user;
+        QVERIFY2(user.previewLabel->text().startsWith("MARROWPULSE=1"_L1 + expected +
+                                                      "GAMESCOPE_FRAMEGEN=auto "_L1),
+                 qPrintable(user.previewLabel->text()));
+        QCOMPARE(boxes.shown(), QStringList());
+    }
+
+    void unreadablePrefixFileYieldsNoPrefixAndNoMessage()
+    {
+        const PlayersMachine machine;
+        // A folder cannot be opened as a file, by root neither.
+        QDir().mkpath(machine.home() + "/.config/marrowpulse/gamescope-prefix"_L1);
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        const MessageBoxAnswers boxes;
+        const WindowUser user;
+        QVERIFY(!user.previewLabel->text().contains("LD_LIBRARY_PATH"_L1));
+        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QCOMPARE(boxes.shown(), QStringList());
+    }
+
+    void prefixIsReadOnlyAtStart()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        qputenv("MARROWPULSE_GAMESCOPE_PREFIX", "/opt/late");
+        machine.write(machine.home() + "/.config/marrowpulse/gamescope-prefix"_L1, "/opt/late");
+        user.click(user.refreshButton);
+        QCOMPARE(user.previewLabel->text(), defaultOptions);
+    }
+
+    void waitCursorIsGoneOnceTheWindowIsUp()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        QVERIFY(!QGuiApplication::overrideCursor());
+    }
+
+    void closingTheWindowHidesIt()
+    {
+        const PlayersMachine machine;
+        WindowUser user;
+        QVERIFY(user.window.close());
+        QVERIFY(!user.window.isVisible());
+    }
+};
+
+QTEST_MAIN(TestMainWindowStartup)
+#include "test_mainwindow_startup.moc"

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "modaldialogs.h"
+#include "windowuser.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+/// The only test that waits for as long as the program does.
+class TestSteamDidNotExit : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void afterNinetySecondsApplyGivesUpWithNothingChanged()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}});
+        machine.startStubbornSteamClient();
+        const QByteArray before = machine.readLocalConfig();
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::Ok});
+        QElapsedTimer timer;
+        timer.start();
+        user.click(user.applyButton);
+
+        QVERIFY2(timer.elapsed() >= 90'000, QByteArray::number(timer.elapsed()));
+        QVERIFY2(timer.elapsed() < 150'000, QByteArray::number(timer.elapsed()));
+        QCOMPARE(
+            boxes.shown(),
+            (QStringList{
+                questionBox(
+                    u"Steam stores launch options in a file it rewrites on exit, so it must be closed to apply changes.\n\nClose Steam now? (It will be restarted afterwards.)"_s),
+                warningBox(u"Steam did not exit; nothing was changed."_s)}));
+        QCOMPARE(machine.readLocalConfig(), before);
+        QCOMPARE(machine.backups(), QStringList());
+        QCOMPARE(machine.storedValues(), (QMap<QString, QString>()));
+        QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+        QVERIFY(!QApplication::activeModalWidget());
+        QVERIFY(!QGuiApplication::overrideCursor());
+        QCOMPARE(user.statusLabel->text(),
+                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QVERIFY(user.applyButton->isEnabled());
+    }
+};
+
+QTEST_MAIN(TestSteamDidNotExit)
+#include "test_steam_did_not_exit.moc"

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "hw/gpuinfo.h"
+#include "launch/gamesettings.h"
+
+#include <QString>
+#include <QTest>
+
+/// The GPU that drives the display of these tests' machine.
+inline hw::GpuInfo displayGpu()
+{
+    hw::GpuInfo gpu;
+    gpu.card = QStringLiteral("card1");
+    gpu.pciAddress = QStringLiteral("0000:03:00.0");
+    gpu.pciTag = QStringLiteral("pci-0000_03_00_0");
+    gpu.pciId = QStringLiteral("1002:73bf");
+    return gpu;
+}
+
+/// Its second GPU.
+inline hw::GpuInfo secondGpu()
+{
+    hw::GpuInfo gpu;
+    gpu.card = QStringLiteral("card0");
+    gpu.pciAddress = QStringLiteral("0000:01:00.0");
+    gpu.pciTag = QStringLiteral("pci-0000_01_00_0");
+    gpu.pciId = QStringLiteral("10de:2684");
+    return gpu;
+}
+
+namespace launch
+{
+
+/// A record in a failed comparison's message.
+inline char *toString(const GameSettings &s)
+{
+    const auto text = QStringLiteral("upscaling %1, %2x%3 to %4x%5, framegen %6 ")
+                          .arg(s.upscaling)
+                          .arg(s.renderW)
+                          .arg(s.renderH)
+                          .arg(s.outputW)
+                          .arg(s.outputH)
+                          .arg(s.framegen) +
+                      QStringLiteral("backend %1 holdback %2, framecap %3 %4, ")
+                          .arg(s.fgbackend)
+                          .arg(s.holdback)
+                          .arg(s.framecap)
+                          .arg(s.caphz) +
+                      QStringLiteral("renderres %1, pacing %2, debugoverlay %3")
+                          .arg(s.renderres)
+                          .arg(s.pacing)
+                          .arg(s.debugoverlay);
+    return qstrdup(text.toUtf8());
+}
+
+} // namespace launch

@@ -1,0 +1,317 @@
+// SPDX-License-Identifier: MIT
+#include "launch/settingsstore.h"
+#include "sampleoptions.h"
+#include "support/pretendmachine.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSettings>
+
+#include <algorithm>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using launch::GameSettings;
+using support::PretendMachine;
+
+namespace
+{
+
+const GameSettings changed{.upscaling = false,
+                           .renderW = 1600,
+                           .renderH = 900,
+                           .outputW = 3840,
+                           .outputH = 2160,
+                           .framegen = false,
+                           .fgbackend = 1,
+                           .holdback = 2,
+                           .framecap = false,
+                           .caphz = 90,
+                           .renderres = false,
+                           .pacing = 15,
+                           .debugoverlay = true};
+const QByteArray changedAsText = "9\\upscaling=false\n"
+                                 "9\\renderW=1600\n"
+                                 "9\\renderH=900\n"
+                                 "9\\outputW=3840\n"
+                                 "9\\outputH=2160\n"
+                                 "9\\framegen=false\n"
+                                 "9\\fgbackend=1\n"
+                                 "9\\holdback=2\n"
+                                 "9\\framecap=false\n"
+                                 "9\\caphz=90\n"
+                                 "9\\renderres=false\n"
+                                 "9\\pacing=15\n"
+                                 "9\\debugoverlay=true\n";
+const QByteArray defaultsAsText = "10\\upscaling=true\n"
+                                  "10\\renderW=1280\n"
+                                  "10\\renderH=720\n"
+                                  "10\\outputW=1920\n"
+                                  "10\\outputH=1080\n"
+                                  "10\\framegen=true\n"
+                                  "10\\fgbackend=0\n"
+                                  "10\\holdback=1\n"
+                                  "10\\framecap=true\n"
+                                  "10\\caphz=0\n"
+                                  "10\\renderres=true\n"
+                                  "10\\pacing=0\n"
+                                  "10\\debugoverlay=false\n";
+
+/// A file's lines, sorted: the order in a section is QSettings' own affair.
+QByteArrayList sortedLines(const QByteArray &text)
+{
+    QByteArrayList lines = text.split('\n');
+    std::sort(lines.begin(), lines.end());
+    return lines;
+}
+
+/// The launch options that another run of the program would find kept: read from a copy of the
+/// file, past what this run remembers of it.
+QString keptOnDisk(const PretendMachine &machine, const QString &appid)
+{
+    const QString copy = machine.root() + "/copy.conf"_L1;
+    machine.write(copy, machine.read(machine.storePath()));
+    return launch::originalLaunchOptions(QSettings(copy, QSettings::IniFormat), appid);
+}
+
+} // namespace
+
+class TestSettingsStore : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void everyKeyOfEveryRecord();
+    void valuesHaveTheirFieldsType();
+    void savedRecordsAreLoadedAgain();
+    void savingNothingWritesNothing();
+    void savingRemovesNothing();
+    void savingTwiceChangesNothing();
+
+    void rememberOriginal_data();
+    void rememberOriginal();
+    void firstOriginalIsKeptForGood();
+    void originalsOfTwoGames();
+    void originalIsReadBackFromTheFile_data();
+    void originalIsReadBackFromTheFile();
+    void originalIsOnDiskOnlyAfterSync();
+
+    void syncWritesTheFile();
+    void syncOfAnEmptyStore();
+    void syncKeepsWhatAnotherProgramWrote();
+    void syncMendsAMalformedFile();
+    void syncWithoutAPlaceForTheFile_data();
+    void syncWithoutAPlaceForTheFile();
+
+private:
+    QByteArray text() const { return machine->read(machine->storePath()); }
+
+    std::unique_ptr<PretendMachine> machine;
+    std::unique_ptr<QSettings> store;
+};
+
+void TestSettingsStore::init()
+{
+    machine = std::make_unique<PretendMachine>();
+    store = std::make_unique<QSettings>(machine->storePath(), QSettings::IniFormat);
+}
+
+void TestSettingsStore::cleanup()
+{
+    store.reset();
+    machine.reset();
+}
+
+void TestSettingsStore::everyKeyOfEveryRecord()
+{
+    launch::saveAllGameSettings(*store, {{u"9"_s, changed}, {u"10"_s, GameSettings()}});
+    QCOMPARE(sortedLines(text()), sortedLines("[config]\n" + defaultsAsText + changedAsText));
+}
+
+void TestSettingsStore::valuesHaveTheirFieldsType()
+{
+    launch::saveAllGameSettings(*store, {{u"9"_s, changed}});
+    for (const QString &flag :
+         {u"upscaling"_s, u"framegen"_s, u"framecap"_s, u"renderres"_s, u"debugoverlay"_s})
+        QCOMPARE(store->value("config/9/"_L1 + flag).typeId(), int(QMetaType::Bool));
+    for (const QString &number : {u"renderW"_s, u"renderH"_s, u"outputW"_s, u"outputH"_s,
+                                  u"fgbackend"_s, u"holdback"_s, u"caphz"_s, u"pacing"_s})
+        QCOMPARE(store->value("config/9/"_L1 + number).typeId(), int(QMetaType::Int));
+}
+
+void TestSettingsStore::savedRecordsAreLoadedAgain()
+{
+    launch::saveAllGameSettings(*store, {{u"9"_s, changed}, {u"10"_s, GameSettings()}});
+    const QString copy = machine->root() + "/copy.conf"_L1;
+    machine->write(copy, text());
+    const QSettings nextRun(copy, QSettings::IniFormat);
+    QCOMPARE(launch::loadGameSettings(nextRun, u"9"_s, {}).settings, changed);
+    QCOMPARE(launch::loadGameSettings(nextRun, u"10"_s, {}).settings, GameSettings());
+    QCOMPARE(launch::loadGameSettings(nextRun, u"9"_s, {}).enabled, false);
+}
+
+void TestSettingsStore::savingNothingWritesNothing()
+{
+    launch::saveAllGameSettings(*store, {});
+    QVERIFY(!QFile::exists(machine->storePath()));
+}
+
+void TestSettingsStore::savingRemovesNothing()
+{
+    machine->write(machine->storePath(),
+                   "[config]\n9\\holdback=1\n9\\later=7\n11\\framegen=true\n\n"
+                   "[original]\n9=-novid\n");
+    launch::saveAllGameSettings(*store, {{u"9"_s, changed}});
+    QCOMPARE(sortedLines(text()),
+             sortedLines("[config]\n" + changedAsText +
+                         "9\\later=7\n11\\framegen=true\n\n[original]\n9=-novid\n"));
+}
+
+void TestSettingsStore::savingTwiceChangesNothing()
+{
+    launch::saveAllGameSettings(*store, {{u"9"_s, changed}});
+    launch::saveAllGameSettings(*store, {{u"9"_s, changed}});
+    QCOMPARE(sortedLines(text()), sortedLines("[config]\n" + changedAsText));
+}
+
+void TestSettingsStore::rememberOriginal_data()
+{
+    QTest::addColumn<QString>("current");
+    QTest::addColumn<bool>("kept");
+
+    QTest::newRow("a user's own") << u"mangohud %command%"_s << true;
+    QTest::newRow("a blank") << u" "_s << true;
+    QTest::newRow("marker without the command") << u"MARROWPULSE=1"_s << true;
+    QTest::newRow("none") << u""_s << false;
+    QTest::newRow("the program's")
+        << u"MARROWPULSE=1 marrowpulse-gamescope -- %command%"_s << false;
+    QTest::newRow("an earlier version's")
+        << u"GAMESCOPE_FRAMEGEN=auto gamescope -- %command%"_s << false;
+}
+
+void TestSettingsStore::rememberOriginal()
+{
+    QFETCH(const QString, current);
+    QFETCH(const bool, kept);
+    launch::rememberOriginalLaunchOptions(*store, u"9"_s, current);
+    QCOMPARE(store->allKeys(), kept ? QStringList{u"original/9"_s} : QStringList());
+    QCOMPARE(launch::originalLaunchOptions(*store, u"9"_s), kept ? current : QString());
+}
+
+void TestSettingsStore::firstOriginalIsKeptForGood()
+{
+    launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-novid"_s);
+    launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-high"_s);
+    QCOMPARE(launch::originalLaunchOptions(*store, u"9"_s), u"-novid"_s);
+
+    // Kept by an earlier run, and even an empty one counts.
+    machine->write(machine->storePath(), "[original]\n11=-windowed\n12=\n");
+    store = std::make_unique<QSettings>(machine->storePath(), QSettings::IniFormat);
+    launch::rememberOriginalLaunchOptions(*store, u"11"_s, u"-high"_s);
+    launch::rememberOriginalLaunchOptions(*store, u"12"_s, u"-high"_s);
+    QCOMPARE(launch::originalLaunchOptions(*store, u"11"_s), u"-windowed"_s);
+    QCOMPARE(launch::originalLaunchOptions(*store, u"12"_s), u""_s);
+}
+
+void TestSettingsStore::originalsOfTwoGames()
+{
+    launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-novid"_s);
+    launch::rememberOriginalLaunchOptions(*store, u"10"_s, u"-high"_s);
+    QCOMPARE(launch::originalLaunchOptions(*store, u"9"_s), u"-novid"_s);
+    QCOMPARE(launch::originalLaunchOptions(*store, u"10"_s), u"-high"_s);
+    QCOMPARE(launch::originalLaunchOptions(*store, u"11"_s), u""_s);
+}
+
+void TestSettingsStore::originalIsReadBackFromTheFile_data()
+{
+    QTest::addColumn<QString>("options");
+
+    QTest::newRow("plain") << u"-novid -high"_s;
+    QTest::newRow("quotes and backslashes") << u"\\\"C:\\\\games\\\" \"x\" %command%"_s;
+    QTest::newRow("comma: no list") << u"-a,b, c"_s;
+    QTest::newRow("semicolon and number sign") << u"a; b # c"_s;
+    QTest::newRow("equals sign and percent") << u"DXVK=1 %command% %20"_s;
+    QTest::newRow("blanks around it") << u"  -novid  "_s;
+    QTest::newRow("text beyond ASCII") << u"-naïve Ночной 🎮"_s;
+    QTest::newRow("the look of a value of Qt's own") << u"@Size(1 2)"_s;
+    QTest::newRow("the look of no value") << u"@Invalid()"_s;
+    QTest::newRow("a line break and a tab") << u"a\n\tb"_s;
+}
+
+void TestSettingsStore::originalIsReadBackFromTheFile()
+{
+    QFETCH(const QString, options);
+    launch::rememberOriginalLaunchOptions(*store, u"9"_s, options);
+    QVERIFY(launch::syncStore(*store));
+    QCOMPARE(keptOnDisk(*machine, u"9"_s), options);
+}
+
+void TestSettingsStore::originalIsOnDiskOnlyAfterSync()
+{
+    launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-novid"_s);
+    QVERIFY(!QFile::exists(machine->storePath()));
+    QVERIFY(launch::syncStore(*store));
+    QCOMPARE(text(), QByteArray("[original]\n9=-novid\n"));
+}
+
+void TestSettingsStore::syncWritesTheFile()
+{
+    store->setValue(u"config/9/caphz"_s, 60);
+    QVERIFY(launch::syncStore(*store));
+    QCOMPARE(text(), QByteArray("[config]\n9\\caphz=60\n"));
+    store->setValue(u"config/9/caphz"_s, 90);
+    QVERIFY(launch::syncStore(*store));
+    QCOMPARE(text(), QByteArray("[config]\n9\\caphz=90\n"));
+    QVERIFY(launch::syncStore(*store)); // nothing new
+    QCOMPARE(text(), QByteArray("[config]\n9\\caphz=90\n"));
+    QCOMPARE(QFileInfo(machine->storePath()).dir().entryList(QDir::Files | QDir::Hidden),
+             QStringList{u"Marrowpulse.conf"_s});
+}
+
+void TestSettingsStore::syncOfAnEmptyStore()
+{
+    QVERIFY(launch::syncStore(*store));
+    QVERIFY(!QFile::exists(machine->storePath()));
+}
+
+void TestSettingsStore::syncKeepsWhatAnotherProgramWrote()
+{
+    store->setValue(u"original/9"_s, u"-novid"_s);
+    machine->write(machine->storePath(), "[original]\n10=-high\n");
+    QVERIFY(launch::syncStore(*store));
+    QCOMPARE(text(), QByteArray("[original]\n10=-high\n9=-novid\n"));
+}
+
+void TestSettingsStore::syncMendsAMalformedFile()
+{
+    machine->write(machine->storePath(), QByteArray::fromHex("8f1b00ff0a5b5d5d0afe01") + '\n');
+    store->setValue(u"original/9"_s, u"-novid"_s);
+    QVERIFY(launch::syncStore(*store));
+    QCOMPARE(keptOnDisk(*machine, u"9"_s), u"-novid"_s);
+}
+
+void TestSettingsStore::syncWithoutAPlaceForTheFile_data()
+{
+    QTest::addColumn<QString>("path");
+
+    QTest::newRow("a folder in place of the file") << u"folder"_s;
+    QTest::newRow("a file in place of the folder") << u"file/store.conf"_s;
+}
+
+void TestSettingsStore::syncWithoutAPlaceForTheFile()
+{
+    QFETCH(const QString, path);
+    machine->write(u"folder/inside"_s, "kept");
+    machine->write(u"file"_s, "kept");
+    QSettings nowhere(machine->root() + u'/' + path, QSettings::IniFormat);
+    nowhere.setValue(u"original/9"_s, u"-novid"_s);
+    QVERIFY(!launch::syncStore(nowhere));
+    QCOMPARE(machine->read(u"folder/inside"_s), QByteArray("kept"));
+    QCOMPARE(machine->read(u"file"_s), QByteArray("kept"));
+}
+
+QTEST_GUILESS_MAIN(TestSettingsStore)
+#include "test_settingsstore.moc"

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: MIT
+#include "model/launchmodel.h"
+
+#include <limits>
+
+namespace model
+{
+namespace
+{
+
+bool has(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+std::string digitsAt(const std::string &text, std::size_t position)
+{
+    std::string digits;
+    while (position < text.size() && isDigit(text[position]))
+        digits += text[position++];
+    return digits;
+}
+
+/// What the digits say; 0 when no int can hold it.
+int numberOf(const std::string &digits)
+{
+    long long number = 0;
+    for (const char digit : digits) {
+        number = number * 10 + (digit - '0');
+        if (number > std::numeric_limits<int>::max())
+            return 0;
+    }
+    return static_cast<int>(number);
+}
+
+/// The digits behind the first `key` that has any; at most `most` of them.
+std::string firstDigits(const std::string &text, const std::string &key, std::size_t most = 1000)
+{
+    for (std::size_t at = text.find(key); at != std::string::npos; at = text.find(key, at + 1)) {
+        const std::string digits = digitsAt(text, at + key.size());
+        if (!digits.empty())
+            return digits.substr(0, most);
+    }
+    return {};
+}
+
+int firstNumber(const std::string &text, const std::string &key, int otherwise)
+{
+    const std::string digits = firstDigits(text, key);
+    return digits.empty() ? otherwise : numberOf(digits);
+}
+
+/// Digits, a point and a digit behind the first LOW_LATENCY that has them, in tenths.
+int pacingIn(const std::string &text)
+{
+    const std::string key = "MARROWPULSE_LOW_LATENCY=";
+    for (std::size_t at = text.find(key); at != std::string::npos; at = text.find(key, at + 1)) {
+        const std::string whole = digitsAt(text, at + key.size());
+        const std::size_t point = at + key.size() + whole.size();
+        if (whole.empty() || point + 1 >= text.size() || text[point] != '.' ||
+            !isDigit(text[point + 1]))
+            continue;
+        const long long tenths = numberOf(whole) * 10LL + (text[point + 1] - '0');
+        return tenths > std::numeric_limits<int>::max() ? 0 : static_cast<int>(tenths);
+    }
+    return 0;
+}
+
+bool storedBool(const std::string &text)
+{
+    std::string lower;
+    for (const char c : text)
+        lower += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    return lower != "false" && lower != "0" && lower != "";
+}
+
+/// A whole number with an optional sign and blanks around it; 0 for anything else. A number that no
+/// int but a 64-bit number can hold reads as whatever Qt cuts it to, and is not told here.
+int storedInt(std::string text)
+{
+    while (!text.empty() && text.front() == ' ')
+        text.erase(0, 1);
+    while (!text.empty() && text.back() == ' ')
+        text.pop_back();
+    const bool negative = !text.empty() && text.front() == '-';
+    if (negative || (!text.empty() && text.front() == '+'))
+        text.erase(0, 1);
+    if (text.empty() || digitsAt(text, 0) != text)
+        return 0;
+    return negative ? -numberOf(text) : numberOf(text);
+}
+
+} // namespace
+
+int frameCap(int refreshHz)
+{
+    if (refreshHz < 1)
+        return 45;
+    // Three quarters, and a half more so that cutting the fraction off rounds.
+    return static_cast<int>((3LL * refreshHz + 2) / 4);
+}
+
+std::string compose(const LaunchSettings &settings, const LaunchGpu &display,
+                    const LaunchGpu &render, const std::string &prefix, bool losslessFound,
+                    int refreshHz)
+{
+    const auto number = [](int value) { return std::to_string(value); };
+    std::string text = "MARROWPULSE=1 ";
+    if (prefix != "")
+        text += "LD_LIBRARY_PATH=" + prefix + " ";
+    if (settings.framegen) {
+        text += "GAMESCOPE_FRAMEGEN=auto ";
+        text += "GAMESCOPE_FRAMEGEN_HOLDBACK=" + number(settings.holdback) + " ";
+        if (settings.fgbackend == 1 && losslessFound)
+            text += "GAMESCOPE_FRAMEGEN_BACKEND=lsfg ";
+        if (settings.renderres)
+            text += "MARROWPULSE_FG_RENDER_RES=1 ";
+        if (settings.pacing != 0)
+            text += "MARROWPULSE_LOW_LATENCY=" + number(settings.pacing / 10) + "." +
+                    number(settings.pacing % 10) + " ";
+        if (settings.debugoverlay)
+            text += "GAMESCOPE_FRAMEGEN_DEBUG=1 ";
+    }
+    text += "marrowpulse-gamescope --backend sdl ";
+    text += "--prefer-vk-device " + display.id + " ";
+    if (settings.upscaling)
+        text += "-w " + number(settings.renderW) + " -h " + number(settings.renderH) + " ";
+    else
+        text += "-w " + number(settings.outputW) + " -h " + number(settings.outputH) + " ";
+    text += "-W " + number(settings.outputW) + " -H " + number(settings.outputH) + " ";
+    if (settings.upscaling)
+        text += "-F fsr ";
+    if (settings.framecap && settings.caphz >= 1)
+        text += "-r " + number(settings.caphz) + " ";
+    if (settings.framecap && settings.caphz < 1)
+        text += "-r " + number(frameCap(refreshHz)) + " ";
+    text += "-f --force-windows-fullscreen -g -- ";
+    if (render.id != display.id || render.address != display.address)
+        text += "env MESA_VK_DEVICE_SELECT=" + render.tag + " DRI_PRIME=" + render.id + " ";
+    return text + "%command%";
+}
+
+bool isOwn(const std::string &text)
+{
+    const bool startsTheGame = has(text, "%command%");
+    const bool marked = has(text, "MARROWPULSE=1");
+    const bool fromBeforeTheMarker = has(text, "GAMESCOPE_FRAMEGEN") && has(text, "gamescope ");
+    return startsTheGame && (marked || fromBeforeTheMarker);
+}
+
+LaunchSettings parse(const std::string &text)
+{
+    LaunchSettings settings;
+    const int w = firstNumber(text, "-w ", 1280);
+    const int h = firstNumber(text, "-h ", 720);
+    settings.outputW = firstNumber(text, "-W ", 1920);
+    settings.outputH = firstNumber(text, "-H ", 1080);
+    const bool sameSize = w == settings.outputW && h == settings.outputH;
+    settings.upscaling = has(text, "-F fsr") && !sameSize;
+    settings.renderW = settings.upscaling ? w : 1280;
+    settings.renderH = settings.upscaling ? h : 720;
+    settings.framegen = has(text, "GAMESCOPE_FRAMEGEN=");
+    const std::string holdback = firstDigits(text, "GAMESCOPE_FRAMEGEN_HOLDBACK=", 1);
+    settings.holdback = holdback.empty() ? 1 : numberOf(holdback);
+    settings.fgbackend = has(text, "GAMESCOPE_FRAMEGEN_BACKEND=lsfg") ? 1 : 0;
+    settings.caphz = firstNumber(text, "-r ", 0);
+    settings.framecap = settings.caphz > 0;
+    settings.renderres = has(text, "MARROWPULSE_FG_RENDER_RES=1");
+    settings.debugoverlay = has(text, "GAMESCOPE_FRAMEGEN_DEBUG=1");
+    settings.pacing = pacingIn(text);
+    return settings;
+}
+
+LoadedLaunch load(const std::map<std::string, std::string> &store, const std::string &appid,
+                  const std::string &currentOptions)
+{
+    if (isOwn(currentOptions))
+        return {parse(currentOptions), true};
+    const auto isStored = [&](const std::string &field) {
+        return store.count("config/" + appid + "/" + field) > 0;
+    };
+    const auto flag = [&](const std::string &field, bool absent) {
+        return isStored(field) ? storedBool(store.at("config/" + appid + "/" + field)) : absent;
+    };
+    const auto number = [&](const std::string &field) {
+        return isStored(field) ? storedInt(store.at("config/" + appid + "/" + field)) : 0;
+    };
+    LoadedLaunch loaded;
+    if (!isStored("framegen"))
+        return loaded;
+    loaded.settings.upscaling = flag("upscaling", false);
+    loaded.settings.renderW = number("renderW");
+    loaded.settings.renderH = number("renderH");
+    loaded.settings.outputW = number("outputW");
+    loaded.settings.outputH = number("outputH");
+    loaded.settings.framegen = flag("framegen", false);
+    loaded.settings.fgbackend = number("fgbackend");
+    loaded.settings.holdback = number("holdback");
+    loaded.settings.framecap = flag("framecap", true);
+    loaded.settings.caphz = number("caphz");
+    loaded.settings.renderres = flag("renderres", true);
+    loaded.settings.pacing = number("pacing");
+    loaded.settings.debugoverlay = flag("debugoverlay", false);
+    return loaded;
+}
+
+} // namespace model

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <map>
+#include <string>
+
+// The rules of the launch options told a second time, as plainly as possible and without a line of
+// the program: what the program does is compared with this.
+namespace model
+{
+
+struct LaunchSettings {
+    bool upscaling = true;
+    int renderW = 1280;
+    int renderH = 720;
+    int outputW = 1920;
+    int outputH = 1080;
+    bool framegen = true;
+    int fgbackend = 0;
+    int holdback = 1;
+    bool framecap = true;
+    int caphz = 0;
+    bool renderres = true;
+    int pacing = 0;
+    bool debugoverlay = false;
+
+    bool operator==(const LaunchSettings &) const = default;
+};
+
+struct LaunchGpu {
+    std::string address;
+    std::string tag;
+    std::string id;
+};
+
+struct LoadedLaunch {
+    LaunchSettings settings;
+    bool enabled = false;
+
+    bool operator==(const LoadedLaunch &) const = default;
+};
+
+int frameCap(int refreshHz);
+
+std::string compose(const LaunchSettings &settings, const LaunchGpu &display,
+                    const LaunchGpu &render, const std::string &prefix, bool losslessFound,
+                    int refreshHz);
+
+bool isOwn(const std::string &text);
+
+LaunchSettings parse(const std::string &text);
+
+/// `store` holds the values as text, under "config/<app id>/<field>".
+LoadedLaunch load(const std::map<std::string, std::string> &store, const std::string &appid,
+                  const std::string &currentOptions);
+
+} // namespace model

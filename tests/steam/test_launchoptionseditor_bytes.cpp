@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: MIT
+// Outside the changed value every byte stays, whatever the file's bytes are; and the file stays the
+// kind of file that it was.
+#include "steam/launchoptionseditor.h"
+
+#include "steam/keyvalues.h"
+#include "support/scratchfile.h"
+
+#include <QFileInfo>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using support::ScratchFile;
+
+class TestLaunchOptionsEditorBytes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void oddBytesStay_data();
+    void oddBytesStay();
+    void optionsOfOddText_data();
+    void optionsOfOddText();
+    void noOtherBlanks_data();
+    void noOtherBlanks();
+    void carriageReturnsStay();
+    void largeFile();
+    void modeIsKept_data();
+    void modeIsKept();
+    void linkIsKept();
+    void linkToALinkIsKept();
+};
+
+namespace
+{
+
+QByteArray all256()
+{
+    QByteArray bytes;
+    for (int byte = 0; byte < 256; ++byte) {
+        if (byte != '{' && byte != '}')
+            bytes += static_cast<char>(byte);
+    }
+    return bytes;
+}
+
+} // namespace
+
+void TestLaunchOptionsEditorBytes::oddBytesStay_data()
+{
+    QTest::addColumn<QByteArray>("odd");
+    QTest::newRow("NUL bytes") << QByteArray("a\0\0b", 4);
+    QTest::newRow("line separator") << QByteArray("\xe2\x80\xa8");
+    QTest::newRow("paragraph separator and next line") << QByteArray("\xe2\x80\xa9\xc2\x85");
+    QTest::newRow("byte-order mark") << QByteArray("\xef\xbb\xbf");
+    QTest::newRow("byte-order mark of UTF-16") << QByteArray("\xff\xfe");
+    QTest::newRow("lone continuation byte") << QByteArray("\x80");
+    QTest::newRow("lead byte without continuation") << QByteArray("\xc3");
+    QTest::newRow("lead byte of four") << QByteArray("\xf0\x9f\x8e");
+    QTest::newRow("overlong form") << QByteArray("\xc0\xbb");
+    QTest::newRow("encoded surrogate") << QByteArray("\xed\xa0\x80");
+    QTest::newRow("beyond Unicode") << QByteArray("\xf4\x90\x80\x80");
+    QTest::newRow("replacement character") << QByteArray("\xef\xbf\xbd");
+    QTest::newRow("no characters") << QByteArray("\xef\xbf\xbe\xef\xbf\xbf");
+    QTest::newRow("Latin-1") << QByteArray("J\xf6rg");
+    QTest::newRow("letter and combining mark") << QByteArray("o\xcc\x88");
+    QTest::newRow("four bytes") << QByteArray("\xf0\x9f\x8e\xae");
+    QTest::newRow("line ends of all kinds") << QByteArray("\r\n\r\n\n\r");
+    QTest::newRow("every byte but braces") << all256();
+}
+
+void TestLaunchOptionsEditorBytes::oddBytesStay()
+{
+    QFETCH(QByteArray, odd);
+    // At the start of the file, before, in and behind the section and the block, at the file's end.
+    const QByteArray value =
+        odd + "\"x\"\n{\n" + odd + "\"apps\"\n{\n" + odd + "\n\t\"620\"\n\t{\n\t\t\"k\"\t\"" + odd;
+    const QByteArray behind = "\n\t}\n" + odd + "}\n" + odd + "}\n" + odd;
+    {
+        const ScratchFile file(value + "\"\n\t\t\"LaunchOptions\"\t\t\"old\"" + odd + behind);
+        QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new Ü"_s, false, nullptr));
+        QCOMPARE(file.read(),
+                 value + "\"\n\t\t\"LaunchOptions\"\t\t\"new \xc3\x9c\"" + odd + behind);
+    }
+    { // no value yet: a line
+        const ScratchFile file(odd + "\"apps\" {\n\t\"620\" {\n\t\t\"k\" \"" + odd + "\"" + behind);
+        QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, nullptr));
+        QCOMPARE(file.read(),
+                 odd + "\"apps\" {\n\t\"620\" {\n\t\t\"LaunchOptions\"\t\t\"new\"\n\t\t\"k\" \"" +
+                     odd + "\"" + behind);
+    }
+    { // no block yet
+        const ScratchFile file(odd + "\"apps\" {" + odd + "}" + odd);
+        QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, nullptr));
+        QCOMPARE(file.read(), odd +
+                                  "\"apps\" {\n\t\t\t\t\t\"620\"\n\t\t\t\t\t{\n"
+                                  "\t\t\t\t\t\t\"LaunchOptions\"\t\t\"new\"\n\t\t\t\t\t}" +
+                                  odd + "}" + odd);
+    }
+}
+
+void TestLaunchOptionsEditorBytes::optionsOfOddText_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("begins with U+FEFF")
+        << u"\ufeff%command%"_s << QByteArray("\xef\xbb\xbf%command%");
+    QTest::newRow("U+FEFF alone") << u"\ufeff"_s << QByteArray("\xef\xbb\xbf");
+    QTest::newRow("line separator") << u"a\u2028b"_s
+                                    << QByteArray("a\xe2\x80\xa8"
+                                                  "b");
+    QTest::newRow("NUL") << u"a\0b"_s << QByteArray("a\0b", 3);
+    QTest::newRow("line ends") << u"a\r\nb\n"_s << QByteArray("a\r\nb\n");
+    QTest::newRow("two bytes") << u"Ü"_s << QByteArray("\xc3\x9c");
+    QTest::newRow("surrogate pair") << u"🎮"_s << QByteArray("\xf0\x9f\x8e\xae");
+    QTest::newRow("replacement character") << u"\ufffd"_s << QByteArray("\xef\xbf\xbd");
+    QTest::newRow("no character") << u"\uffff"_s << QByteArray("\xef\xbf\xbf");
+    QTest::newRow("not composed") << u"o\u0308"_s << QByteArray("o\xcc\x88");
+    QTest::newRow("apostrophes and dollars") << u"A='$B' `x`"_s << QByteArray("A='$B' `x`");
+}
+
+void TestLaunchOptionsEditorBytes::optionsOfOddText()
+{
+    QFETCH(QString, options);
+    QFETCH(QByteArray, bytes);
+    const ScratchFile file("\"apps\" { \"620\" { \"LaunchOptions\" \"old\" } }");
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, options, false, nullptr));
+    QCOMPARE(file.read(), "\"apps\" { \"620\" { \"LaunchOptions\" \"" + bytes + "\" } }");
+    QCOMPARE(steam::readLaunchOptions(QString::fromUtf8(file.read()), u"620"_s), options);
+}
+
+void TestLaunchOptionsEditorBytes::noOtherBlanks_data()
+{
+    QTest::addColumn<QByteArray>("blank");
+    QTest::newRow("no-break space") << QByteArray("\xc2\xa0");
+    QTest::newRow("next line") << QByteArray("\xc2\x85");
+    QTest::newRow("the byte a0") << QByteArray("\xa0");
+    QTest::newRow("the byte 85") << QByteArray("\x85");
+    QTest::newRow("em space") << QByteArray("\xe2\x80\x83");
+    QTest::newRow("NUL") << QByteArray("\0", 1);
+    QTest::newRow("unit separator") << QByteArray("\x1f");
+}
+
+void TestLaunchOptionsEditorBytes::noOtherBlanks()
+{
+    // Between a key and what follows it, these are no white space: the key is not seen.
+    QFETCH(QByteArray, blank);
+    QString error;
+    const ScratchFile section("\"apps\"" + blank + "{ }");
+    QVERIFY(!steam::setLaunchOptions(section.path(), u"620"_s, u"new"_s, false, &error));
+    QCOMPARE(error, u"no apps section found"_s);
+
+    const ScratchFile value("\"apps\" { \"620\" { \"LaunchOptions\"" + blank + "\"old\" } }");
+    QVERIFY(!steam::setLaunchOptions(value.path(), u"620"_s, u"new"_s, false, &error));
+    QCOMPARE(error, u"cannot determine indentation for 620"_s);
+
+    const ScratchFile block("\"apps\" { \"620\"" + blank + "{ } }");
+    QVERIFY(steam::setLaunchOptions(block.path(), u"620"_s, u"new"_s, false, &error));
+    QCOMPARE(block.read(), "\"apps\" {\n\t\t\t\t\t\"620\"\n\t\t\t\t\t{\n"
+                           "\t\t\t\t\t\t\"LaunchOptions\"\t\t\"new\"\n\t\t\t\t\t} \"620\"" +
+                               blank + "{ } }");
+}
+
+void TestLaunchOptionsEditorBytes::carriageReturnsStay()
+{
+    const ScratchFile file(
+        "\"apps\"\r\n{\r\n\t\"620\"\r\n\t{\r\n\t\t\"LaunchOptions\"\t\t\"old\"\r\n"
+        "\t}\r\n}\r\n");
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, nullptr));
+    QCOMPARE(file.read(),
+             QByteArray("\"apps\"\r\n{\r\n\t\"620\"\r\n\t{\r\n\t\t\"LaunchOptions\"\t\t\"new\"\r\n"
+                        "\t}\r\n}\r\n"));
+    // A new block takes its tabs from behind the line feed and brings plain line feeds.
+    QVERIFY(steam::setLaunchOptions(file.path(), u"730"_s, u"x"_s, false, nullptr));
+    QCOMPARE(file.read(),
+             QByteArray("\"apps\"\r\n{\n\t\"730\"\n\t{\n\t\t\"LaunchOptions\"\t\t\"x\"\n"
+                        "\t}\r\n\t\"620\"\r\n\t{\r\n\t\t\"LaunchOptions\"\t\t\"new\"\r\n"
+                        "\t}\r\n}\r\n"));
+}
+
+void TestLaunchOptionsEditorBytes::largeFile()
+{
+    const QByteArray before = QByteArray(1'000'000, ' ') +
+                              "\"apps\" { \"620\" { \"LaunchOptions\"" +
+                              QByteArray(1'000'000, '\n') + '"';
+    const QByteArray behind = "\" } }" + QByteArray(1'000'000, '\xff');
+    const ScratchFile file(before + "old" + behind);
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, nullptr));
+    QVERIFY(file.read() == before + "new" + behind);
+}
+
+void TestLaunchOptionsEditorBytes::modeIsKept_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::newRow("0600") << 0600;
+    QTest::newRow("0644") << 0644;
+}
+
+void TestLaunchOptionsEditorBytes::modeIsKept()
+{
+    QFETCH(int, mode);
+    const ScratchFile file("\"apps\" { }");
+    ScratchFile::setMode(file.path(), static_cast<unsigned>(mode));
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, true, nullptr));
+    QCOMPARE(ScratchFile::mode(file.path()), mode);
+}
+
+void TestLaunchOptionsEditorBytes::linkIsKept()
+{
+    const ScratchFile file("\"apps\" { \"620\" { \"LaunchOptions\" \"old\" } }");
+    const ScratchFile other("");
+    const QString link = other.beside(u"link.vdf"_s);
+    QVERIFY(QFile::link(file.path(), link));
+    QVERIFY(steam::setLaunchOptions(link, u"620"_s, u"new"_s, false, nullptr));
+    QVERIFY(QFileInfo(link).isSymLink());
+    QCOMPARE(file.read(), QByteArray("\"apps\" { \"620\" { \"LaunchOptions\" \"new\" } }"));
+    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+    QCOMPARE(other.listing(), (QStringList{u"link.vdf"_s, u"localconfig.vdf"_s}));
+}
+
+void TestLaunchOptionsEditorBytes::linkToALinkIsKept()
+{
+    const ScratchFile file("\"apps\" { \"620\" { \"LaunchOptions\" \"old\" } }");
+    const QString inner = file.beside(u"inner.vdf"_s);
+    const QString outer = file.beside(u"outer.vdf"_s);
+    QVERIFY(QFile::link(u"localconfig.vdf"_s, inner));
+    QVERIFY(QFile::link(u"inner.vdf"_s, outer));
+    QVERIFY(steam::setLaunchOptions(outer, u"620"_s, u"new"_s, false, nullptr));
+    QVERIFY(QFileInfo(outer).isSymLink());
+    QVERIFY(QFileInfo(inner).isSymLink());
+    QVERIFY(!QFileInfo(file.path()).isSymLink());
+    QCOMPARE(file.read(), QByteArray("\"apps\" { \"620\" { \"LaunchOptions\" \"new\" } }"));
+    QCOMPARE(file.listing(), (QStringList{u"inner.vdf"_s, u"localconfig.vdf"_s, u"outer.vdf"_s}));
+}
+
+QTEST_GUILESS_MAIN(TestLaunchOptionsEditorBytes)
+#include "test_launchoptionseditor_bytes.moc"
