@@ -67,7 +67,7 @@ class Desktop:
     (1280x1024 at 85 Hz), else Xvfb, whose screen of the size `screen` has none.
     """
 
-    def __init__(self, real_xrandr=False, screen="1280x1024"):
+    def __init__(self, real_xrandr=False, screen="1280x1024", window_manager=True):
         self.folder = tempfile.TemporaryDirectory(prefix="marrowpulse-desktop.")
         self.processes = []
         read_end, write_end = os.pipe()
@@ -90,6 +90,8 @@ class Desktop:
         self.environment.update(DISPLAY=f":{number}", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
                                 QT_ACCESSIBILITY="1", LC_ALL="C.UTF-8")
         os.environ["DISPLAY"] = f":{number}"
+        if not window_manager:
+            return
         self._start(["openbox"])
         wait_for(lambda: "window id" in self._output(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]),
                  "the window manager")

@@ -1,0 +1,132 @@
+# SPDX-License-Identifier: MIT
+"""What a desktop expects of any program."""
+import configparser
+import os
+import pathlib
+import shutil
+import signal
+import unittest
+
+from case import BUILD, CLOSE_STEAM, RESTART_STEAM, ProgramTestCase
+from desktop import Application, Atspi, wait_for
+
+DESKTOP_ENTRY = (pathlib.Path(__file__).resolve().parent.parent.parent
+                 / "packaging/org.marrowpulse.Marrowpulse.desktop")
+
+
+class Windows(ProgramTestCase):
+    def window(self):
+        return self.desktop.output("xdotool", "search", "--onlyvisible", "--name",
+                                   "^Marrowpulse$").split()[0]
+
+    def test_window_belongs_to_the_desktop_entry(self):
+        entry = configparser.ConfigParser(interpolation=None)
+        entry.read(DESKTOP_ENTRY)
+        wm_class = self.desktop.output("xprop", "-id", self.window(), "WM_CLASS")
+        names = [name.strip('" \n') for name in wm_class.split("=")[1].split(",")]
+        self.assertIn(entry["Desktop Entry"]["StartupWMClass"], names)
+
+    def test_window_has_an_icon(self):
+        icon = self.desktop.output("xprop", "-id", self.window(), "-notype", "32c", "_NET_WM_ICON")
+        self.assertRegex(icon, r"_NET_WM_ICON.*=\s*\d+, \d+")
+
+    def test_closing_the_window_ends_the_program(self):
+        self.desktop.output("xdotool", "windowfocus", "--sync", self.window())
+        self.desktop.key("alt+F4")
+        self.assertEqual(self.program.wait(timeout=20), 0)
+
+    def test_busy_indicator_moves_while_steam_is_awaited(self):
+        os.kill(self.machine.client_pid(), signal.SIGSTOP)  # it will be slow to exit
+        self.app.click(self.app.wait("list item", "Amber Tides"))
+        self.desktop.key("space")
+        self.status_is("1 game(s) with pending changes. Steam must close briefly to apply.")
+        self.desktop.key("alt+a")
+        self.app.answer(CLOSE_STEAM, "Yes")
+        pictures = set()
+
+        def moved():
+            path = self.machine.root / "busy.png"
+            self.desktop.screenshot(path)
+            pictures.add(path.read_bytes())
+            return len(pictures) >= 6  # more than come of the dialogs' coming and going
+
+        wait_for(moved, "the indicator to move")
+        os.kill(self.machine.client_pid(), signal.SIGCONT)
+        self.app.answer(RESTART_STEAM, "No")
+        self.status_is("No pending changes.")
+
+
+class StartedTwice(ProgramTestCase):
+    def prepare(self):
+        self.machine.kill_client()
+        wait_for(lambda: not self.machine.client_runs(), "the end of the client")
+
+    def apply_change_to(self, app, game):
+        app.click(app.wait("list item", game))
+        self.desktop.key("space")
+        wait_for(lambda: app.find("label", "1 game(s) with pending changes. Steam must close briefly "
+                                           "to apply."), "the pending change")
+        app.click(app.wait("push button", "Apply"))
+        app.answer(RESTART_STEAM, "No")
+        wait_for(lambda: app.find("label", "No pending changes."), "the end of the work")
+
+    def test_both_windows_work_and_nothing_is_lost(self):
+        first_text = self.machine.local_config.read_text()
+        first = self.app
+        # The windows lie over each other: the second goes where the first is not.
+        window = self.desktop.output("xdotool", "search", "--onlyvisible", "--name",
+                                     "^Marrowpulse$").split()[0]
+        self.desktop.start(BUILD / "marrowpulse", self.machine.root)
+        second = wait_for(lambda: self.other_application(first), "the second window")
+        self.apply_change_to(second, "Iron Lantern")
+        self.desktop.output("xdotool", "windowraise", window, "windowfocus", "--sync", window)
+        self.apply_change_to(first, "Amber Tides")
+
+        text = self.machine.local_config.read_text()
+        composed = self.machine.launch_options("1001010")
+        self.assertTrue(composed.startswith("MARROWPULSE=1 "))
+        self.assertEqual(self.machine.launch_options("1001090"), composed)
+        self.assertEqual(text, first_text.replace("mangohud %command%", composed)
+                         .replace("DXVK_ASYNC=1 %command%", composed))
+        store = (self.machine.root / "home/.config/Marrowpulse/Marrowpulse.conf").read_text()
+        self.assertIn("1001010=mangohud %command%\n", store)
+        self.assertIn('1001090="DXVK_ASYNC=1 %command%"\n', store)
+
+    def other_application(self, first):
+        Atspi.get_desktop(0).clear_cache()
+        desktop = Atspi.get_desktop(0)
+        for i in range(desktop.get_child_count()):
+            root = desktop.get_child_at_index(i)
+            if root is not None and root.get_name().lower() == "marrowpulse" and root != first.root \
+                    and root.get_process_id() != first.root.get_process_id():
+                other = Application(self.desktop)
+                other.root = root
+                return other if other.find("list item", "Iron Lantern") else None
+        return None
+
+
+class OddHomes(ProgramTestCase):
+    def start_program(self):
+        pass
+
+    def assert_starts_without_games(self):
+        self.desktop.start(BUILD / "marrowpulse", self.machine.root)
+        app = Application(self.desktop)
+        games = app.wait("list", "Games")
+        self.assertEqual(games.get_child_count(), 0)
+        app.wait("label", "No pending changes.")
+
+    def test_home_without_steam(self):
+        self.machine.kill_client()
+        shutil.rmtree(self.machine.root / "home/.local")
+        self.assert_starts_without_games()
+
+    def test_home_that_is_a_file(self):
+        self.machine.kill_client()
+        shutil.rmtree(self.machine.root / "home/.local")
+        (self.machine.root / "home/.local").write_text("")
+        self.assert_starts_without_games()
+
+
+if __name__ == "__main__":
+    unittest.main()
