@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace base
@@ -56,9 +57,17 @@ std::optional<QByteArray> readWholeFile(const QString &path)
 
 Replaced replaceFile(const QString &path, const QByteArray &content)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
+    // QSaveFile takes a link or a mode that it fails to look at for none, and loses it.
+    struct stat old = {};
+    const bool exists = ::stat(QFile::encodeName(path).constData(), &old) == 0;
+    if (!exists && errno != ENOENT)
         return Replaced::CannotOpen;
+    const QString target = exists ? QFileInfo(path).canonicalFilePath() : path;
+    QSaveFile file(target);
+    if (target.isEmpty() || !file.open(QIODevice::WriteOnly))
+        return Replaced::CannotOpen;
+    if (exists && ::fchmod(file.handle(), old.st_mode & 07777) != 0)
+        return Replaced::CommitFailed;
     // commit() alone is not to be believed: it ignores a failing sync, and after a full disk it
     // can rename an empty or a cut file into place. Whatever fails here drops the temporary file.
     if (file.write(content) != content.size() || !file.flush() || file.size() != content.size() ||

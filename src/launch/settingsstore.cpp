@@ -7,9 +7,16 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QFile>
+#include <QFileInfo>
 #include <QSettings>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <optional>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -37,21 +44,54 @@ QMap<QString, QString> contentOf(const QSettings &store)
     return content;
 }
 
-/// What the store's file says, past what QSettings remembers of it: QSettings shares one memory of
-/// a file between all objects of one path, so the file is read under another name.
-QMap<QString, QString> contentOnDisk(const QSettings &store)
+/// What a store's file with these bytes says; nothing when it cannot be told. QSettings reads files
+/// only, takes one that it fails to read for an empty one, and remembers a file by name, size and
+/// time: it is given one in memory, of a time of its own.
+std::optional<QMap<QString, QString>> contentOf(const QByteArray &bytes)
 {
-    return contentOf(QSettings("/proc/self/root"_L1 + store.fileName(), QSettings::IniFormat));
+    static time_t uniqueTime = 0;
+    const timespec times[2] = {{++uniqueTime, 0}, {uniqueTime, 0}};
+    QFile file;
+    const int descriptor = ::memfd_create("settings", MFD_CLOEXEC);
+    if (descriptor < 0 || !file.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered,
+                                     QFileDevice::AutoCloseHandle))
+        return std::nullopt;
+    if (file.write(bytes) != bytes.size() || ::futimens(descriptor, times) != 0)
+        return std::nullopt;
+    const QString name = "/proc/self/fd/"_L1 + QString::number(descriptor);
+    return contentOf(QSettings(name, QSettings::IniFormat));
 }
 
-/// Whether the store's file holds all the values that the store has in memory.
-bool isOnDisk(const QSettings &store)
+/// What the store itself holds, without the defaults that a system may set for all its users.
+QMap<QString, QString> ownContentOf(QSettings &store)
 {
-    const QMap<QString, QString> onDisk = contentOnDisk(store);
-    const QMap<QString, QString> inMemory = contentOf(store);
-    return std::all_of(inMemory.keyBegin(), inMemory.keyEnd(), [&](const QString &key) {
-        return onDisk.contains(key) && onDisk[key] == inMemory[key];
-    });
+    const bool fallbacks = store.fallbacksEnabled();
+    store.setFallbacksEnabled(false);
+    const QMap<QString, QString> content = contentOf(store);
+    store.setFallbacksEnabled(fallbacks);
+    return content;
+}
+
+/// Whether `now` has everything that `wanted` has, and every key of this program's that `before`
+/// has. Launch options that are kept for a game are kept unchanged.
+bool holdsAll(const QMap<QString, QString> &now, const QMap<QString, QString> &wanted,
+              const QMap<QString, QString> &before)
+{
+    const auto isHeld = [&now](const QMap<QString, QString> &content, const QString &key) {
+        return now.contains(key) && now[key] == content[key];
+    };
+    return std::all_of(wanted.keyBegin(), wanted.keyEnd(),
+                       [&](const QString &key) { return isHeld(wanted, key); }) &&
+           std::all_of(before.keyBegin(), before.keyEnd(), [&](const QString &key) {
+               if (key.startsWith("original/"_L1))
+                   return isHeld(before, key);
+               return !key.startsWith("config/"_L1) || now.contains(key);
+           });
+}
+
+bool exists(const QString &path)
+{
+    return ::access(QFile::encodeName(path).constData(), F_OK) == 0 || errno != ENOENT;
 }
 
 } // namespace
@@ -100,27 +140,53 @@ QString originalLaunchOptions(const QSettings &store, const QString &appid)
     return store.value(originalKey(appid)).toString();
 }
 
+bool isOriginalOnDisk(const QSettings &store, const QString &appid)
+{
+    const std::optional<QByteArray> bytes = base::readWholeFile(store.fileName());
+    const auto content = contentOf(bytes.value_or(QByteArray()));
+    return content && content->contains(originalKey(appid));
+}
+
 bool syncStore(QSettings &store)
 {
-    const QStringList wanted = store.allKeys();
+    const QMap<QString, QString> wanted = ownContentOf(store);
     const QString path = store.fileName();
+    const bool existed = exists(path);
+    // A second name for the old file takes no room and needs none when it is put back.
+    const QByteArray file = QFile::encodeName(QFileInfo(path).canonicalFilePath());
+    const QByteArray spare = file + ".old";
+    if (!file.isEmpty())
+        ::unlink(spare.constData());
+    const bool hasSpare = !file.isEmpty() && ::link(file.constData(), spare.constData()) == 0;
     const std::optional<QByteArray> before = base::readWholeFile(path);
+
     store.sync();
     // An unsynced rest would be written by the event loop, where nobody looks at the result.
     QCoreApplication::removePostedEvents(&store, QEvent::UpdateRequest);
 
-    const bool keptAll = std::all_of(wanted.cbegin(), wanted.cend(),
-                                     [&](const QString &key) { return store.contains(key); });
-    if (keptAll && isOnDisk(store))
-        return wanted.isEmpty() || base::syncFileAndFolder(path);
-
-    if (base::readWholeFile(path) != before) {
-        if (before)
-            base::replaceFile(path, *before);
-        else
-            QFile::remove(path);
-        store.sync(); // forget what did not reach the disk
+    const std::optional<QByteArray> after = base::readWholeFile(path);
+    const auto contentBefore = contentOf(before.value_or(QByteArray()));
+    const auto contentAfter = contentOf(after.value_or(QByteArray()));
+    const bool kept = existed == before.has_value() && contentBefore && contentAfter &&
+                      holdsAll(*contentAfter, wanted, *contentBefore);
+    if (kept) {
+        if (hasSpare)
+            ::unlink(spare.constData());
+        return !after || base::syncFileAndFolder(path);
     }
+
+    bool isBack = after == before;
+    if (hasSpare && ::rename(spare.constData(), file.constData()) == 0)
+        isBack = true;
+    else if (!isBack && before)
+        isBack = base::replaceFile(path, *before) == base::Replaced::Yes;
+    else if (!existed)
+        QFile::remove(path);
+    if (isBack && hasSpare)
+        ::unlink(spare.constData()); // one file's two names stay when one is renamed to the other
+    base::syncFileAndFolder(path);
+    if (after != before)
+        store.sync(); // forget what did not reach the disk
     return false;
 }
 

@@ -65,6 +65,9 @@ void rememberOriginalLaunchOptions(QSettings &store, const QString &appid,
 /// The launch options kept for the game; empty when there are none.
 QString originalLaunchOptions(const QSettings &store, const QString &appid);
 
+/// Whether launch options are kept for the game in the store's file, as it stands on the disk.
+bool isOriginalOnDisk(const QSettings &store, const QString &appid);
+
 /// Writes the store to the disk. True when its file holds all that was set. When writing lost
 /// anything that the file held before (QSettings empties it on a full disk and reports success),
 /// the old file is put back and the answer is false.

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+// Calls one of the program's writing functions once and tells what it claims: done (it ends with 0)
+// or not (it ends with 1), and on its output the message or the path that came with the claim. What
+// really is on the disk is for the caller to see.
+//
+//   fault-driver edit FILE APPID OPTIONS           setLaunchOptions() with a backup
+//   fault-driver edit-only FILE APPID OPTIONS      ... without
+//   fault-driver backup FILE                       writeBackup()
+//   fault-driver plain FILE APPID OPTIONS          the same edit with a plain QSaveFile: the
+//   control fault-driver remember FILE TEXT APPID...       keeps TEXT for each game in the store
+//   FILE fault-driver set-twice FILE A B APPID     keeps A's length, then B at once in its
+//   place fault-driver start-steam                       startSteam() while a file is open
+#include "launch/settingsstore.h"
+#include "steam/keyvalues.h"
+#include "steam/launchoptionseditor.h"
+#include "steam/steamprocess.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSaveFile>
+#include <QSettings>
+
+#include <cstdio>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+int claim(bool done, const QString &text = {})
+{
+    std::printf("%s\n", qPrintable(text));
+    return done ? 0 : 1;
+}
+
+int edit(const QStringList &arguments, bool makeBackup)
+{
+    QString error;
+    const bool done =
+        steam::setLaunchOptions(arguments[2], arguments[3], arguments[4], makeBackup, &error);
+    return claim(done, error);
+}
+
+/// What an ordinary program does: read, change, write and commit, and believe the answer.
+int plainSave(const QStringList &arguments)
+{
+    QFile file(arguments[2]);
+    if (!file.open(QIODevice::ReadOnly))
+        return claim(false, u"cannot open"_s);
+    QString text = QString::fromUtf8(file.readAll());
+    file.close();
+    const steam::BraceSpan block =
+        steam::findAppBlock(text, steam::findAppsSection(text), arguments[3]);
+    const steam::BraceSpan value = steam::findLaunchOptionsValue(text, block.open, block.close);
+    text.replace(value.open + 1, value.close - value.open - 1, arguments[4]);
+    QSaveFile save(arguments[2]);
+    if (!save.open(QIODevice::WriteOnly))
+        return claim(false, u"cannot write"_s);
+    save.write(text.toUtf8());
+    return claim(save.commit());
+}
+
+int remember(const QStringList &arguments)
+{
+    QSettings store(arguments[2], QSettings::IniFormat);
+    for (const QString &appid : arguments.sliced(4))
+        launch::rememberOriginalLaunchOptions(store, appid, arguments[3]);
+    return claim(launch::syncStore(store));
+}
+
+int setTwice(const QStringList &arguments)
+{
+    QSettings store(arguments[2], QSettings::IniFormat);
+    store.setValue(arguments[3], arguments[4]);
+    const bool first = launch::syncStore(store);
+    store.setValue(arguments[3], arguments[5]);
+    const bool second = launch::syncStore(store);
+    return claim(first && second);
+}
+
+int startSteam(const QStringList &arguments)
+{
+    QFile open(arguments[2]);
+    const bool opened = open.open(QIODevice::ReadOnly);
+    steam::startSteam();
+    return claim(opened);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    const QString task = arguments.value(1);
+    if (task == "edit"_L1)
+        return edit(arguments, true);
+    if (task == "edit-only"_L1)
+        return edit(arguments, false);
+    if (task == "backup"_L1) {
+        const QString path = steam::writeBackup(arguments[2]);
+        return claim(!path.isEmpty(), path);
+    }
+    if (task == "plain"_L1)
+        return plainSave(arguments);
+    if (task == "remember"_L1)
+        return remember(arguments);
+    if (task == "set-twice"_L1)
+        return setTwice(arguments);
+    if (task == "start-steam"_L1)
+        return startSteam(arguments);
+    if (task == "shutdown"_L1)
+        return claim(steam::shutdownSteam(arguments[2].toInt(), {}));
+    while (task == "wait"_L1)
+        ::pause();
+    return 2;
+}
