@@ -6,6 +6,20 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
+/// The icon for where no icon theme has it: the program runs without being installed.
+QIcon builtInIcon()
+{
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64, 128})
+        icon.addFile(u":/icons/%1.png"_s.arg(size));
+    return icon;
+}
+
+} // namespace
+
 int main(int argc, char **argv)
 {
     QApplication application(argc, argv);
@@ -13,7 +27,7 @@ int main(int argc, char **argv)
     // The desktop entry's base name and the icon's name in the icon theme.
     const auto applicationId = u"org.marrowpulse.Marrowpulse"_s;
     QGuiApplication::setDesktopFileName(applicationId);
-    QApplication::setWindowIcon(QIcon::fromTheme(applicationId));
+    QApplication::setWindowIcon(QIcon::fromTheme(applicationId, builtInIcon()));
 
     MainWindow window;
     window.show();

@@ -1,0 +1,52 @@
+# SPDX-License-Identifier: MIT
+"""The desktop entry and the metainfo, by the validators and by what they say."""
+import pathlib
+import subprocess
+import unittest
+import xml.etree.ElementTree as ElementTree
+
+PACKAGING = pathlib.Path(__file__).resolve().parents[2] / "packaging"
+DESKTOP = PACKAGING / "org.marrowpulse.Marrowpulse.desktop"
+METAINFO = PACKAGING / "org.marrowpulse.Marrowpulse.metainfo.xml"
+
+
+def output(*command):
+    done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                          check=False)
+    return done.returncode, done.stdout
+
+
+class Metadata(unittest.TestCase):
+    def test_desktop_entry_is_valid_without_a_word(self):
+        self.assertEqual(output("desktop-file-validate", DESKTOP), (0, ""))
+
+    def test_metainfo_is_valid_but_for_the_capital_letter_of_its_id(self):
+        code, text = output("appstreamcli", "validate", "--no-net", "--pedantic", "--no-color", METAINFO)
+        self.assertEqual(code, 0, text)
+        issues = [line.split()[0::2] for line in text.splitlines() if line[:2] in ("E:", "W:", "I:", "P:")]
+        self.assertEqual(issues, [["P:", "cid-contains-uppercase-letter"]], text)
+
+    def test_desktop_entry_is_found_among_the_games_and_starts_the_program(self):
+        lines = DESKTOP.read_text().splitlines()
+        for line in ("Name=Marrowpulse", "Exec=marrowpulse", "Icon=org.marrowpulse.Marrowpulse",
+                     "Categories=Game;Qt;", "Terminal=false"):
+            self.assertIn(line, lines)
+
+    def test_metainfo_tells_what_a_software_centre_shows(self):
+        component = ElementTree.parse(METAINFO).getroot()
+        for path, text in (("id", "org.marrowpulse.Marrowpulse"),
+                           ("name", "Marrowpulse"),
+                           ("summary", "Run Steam games in gamescope with upscaling and frame generation"),
+                           ("developer_name", "The Marrowpulse developers"),
+                           ("project_license", "MIT"),
+                           ("launchable[@type='desktop-id']", "org.marrowpulse.Marrowpulse.desktop"),
+                           ("provides/binary", "marrowpulse")):
+            self.assertEqual(component.findtext(path), text)
+        self.assertEqual(component.find("content_rating").attrib, {"type": "oars-1.1"})
+        self.assertEqual([color.get("scheme_preference") for color in component.findall("branding/color")],
+                         ["light", "dark"])
+        self.assertGreater(len(component.findall("releases/release/description//li")), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
