@@ -12,4 +12,7 @@ class ChoiceBox : public QComboBox
 public:
     ChoiceBox();
     void showPopup() override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
 };

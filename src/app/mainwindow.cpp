@@ -16,10 +16,24 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
+#include <QRegularExpression>
+#include <QSignalBlocker>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// The text with places to break in words that are too long for a line.
+QString breakable(QString text)
+{
+    static const QRegularExpression longRun(u"(\\S{40})"_s);
+    return text.replace(longRun, u"\\1\u200b"_s);
+}
+
+} // namespace
 
 MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
 {
@@ -66,7 +80,7 @@ void MainWindow::populateGpuPanel()
     }
     const hw::GpuInfo &compositing = gpus[compositingIndex];
     gpuLabel->setText(u"Compositing GPU (drives the display): <b>%1</b><br>Link: %2"_s.arg(
-        hw::gpuDisplayName(compositing).toHtmlEscaped(),
+        breakable(hw::gpuDisplayName(compositing)).toHtmlEscaped(),
         hw::linkDescription(compositing).toHtmlEscaped()));
     for (int i = 0; i < gpus.size(); ++i) {
         QString text = hw::gpuDisplayName(gpus[i]) + ", "_L1 + hw::linkDescription(gpus[i]);
@@ -83,6 +97,9 @@ void MainWindow::reloadGames()
     const QListWidgetItem *previous = gameList->currentItem();
     const QString selected = previous ? previous->data(Qt::UserRole).toString() : QString();
 
+    // The list is silent until it is whole again: with no game selected, the controls would be
+    // disabled for a moment and the one that has the keyboard focus would lose it.
+    const QSignalBlocker silence(gameList);
     loading = true;
     gameList->clear();
     games = steam::scanGames();
@@ -104,6 +121,8 @@ void MainWindow::reloadGames()
     gameList->setCurrentRow(static_cast<int>(row));
     onGameSelected();
     updatePendingStatus();
+    if (isActiveWindow() && !focusWidget())
+        gameList->setFocus();
 }
 
 void MainWindow::addGameItem(const steam::GameEntry &game)

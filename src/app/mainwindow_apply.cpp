@@ -101,7 +101,7 @@ bool MainWindow::closeSteam()
 /// replaced before they are on the disk in the store.
 QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> &changes)
 {
-    store.sync(); // what another window of this program has kept meanwhile stays
+    launch::syncStore(store); // what another window of this program has kept meanwhile stays
     for (const StagedChange &change : changes) {
         for (const steam::GameEntry *game : entriesOf(change.appid))
             launch::rememberOriginalLaunchOptions(store, game->appid, game->launchOptions);
@@ -116,7 +116,7 @@ QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> 
                    !launch::isOwnLaunchOptions(game->launchOptions);
         });
         QString message;
-        if (replacesOwn && !remembered) {
+        if (replacesOwn && !remembered && !launch::isOriginalOnDisk(store, change.appid)) {
             message = "could not write backup for "_L1 + vdf;
         } else if (steam::setLaunchOptions(vdf, change.appid, change.launchOptions, false,
                                            &message)) {

@@ -73,6 +73,7 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
     gameList->setAccessibleName(u"Games"_s);
     gameList->setIconSize(QSize(32, 32));
     gameList->setItemDelegate(new GameDelegate(gameList));
+    gameList->setUniformItemSizes(true);
     splitter->addWidget(gameList);
     buildSettingsGroup();
     splitter->addWidget(settingsGroup);

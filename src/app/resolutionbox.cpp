@@ -35,9 +35,10 @@ void ResolutionBox::showResolution(int width, int height)
 void ResolutionBox::keyPressEvent(QKeyEvent *event)
 {
     const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
-    if (plain && event->key() == Qt::Key_Up)
+    const int key = event->key();
+    if (plain && (key == Qt::Key_Up || key == Qt::Key_PageUp))
         stepToLarger();
-    else if (plain && event->key() == Qt::Key_Down)
+    else if (plain && (key == Qt::Key_Down || key == Qt::Key_PageDown))
         stepToSmaller();
     else
         ChoiceBox::keyPressEvent(event);
@@ -45,9 +46,12 @@ void ResolutionBox::keyPressEvent(QKeyEvent *event)
 
 void ResolutionBox::wheelEvent(QWheelEvent *event)
 {
-    if (event->angleDelta().y() > 0)
+    // A touchpad sends a wheel's notch in many small parts.
+    constexpr int notch = 120;
+    wheelRest += event->angleDelta().y();
+    for (; wheelRest >= notch; wheelRest -= notch)
         stepToLarger();
-    else if (event->angleDelta().y() < 0)
+    for (; wheelRest <= -notch; wheelRest += notch)
         stepToSmaller();
     event->accept();
 }

@@ -5,7 +5,7 @@
 
 /// An editable combo box for a size such as "1920x1080", with the usual sizes as items, largest
 /// first. What is typed counts as it stands: nothing is completed, and Enter adds no item. The
-/// arrow keys and the wheel step from the size that is shown, be it an item's or not.
+/// arrow and page keys and the wheel step from the size that is shown, be it an item's or not.
 class ResolutionBox : public ChoiceBox
 {
     Q_OBJECT
@@ -23,4 +23,6 @@ private:
     void stepToSmaller();
     void choose(int index);
     int firstNotLarger() const;
+
+    int wheelRest = 0; ///< turned since the last step, in eighths of a degree
 };

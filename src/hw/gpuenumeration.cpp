@@ -63,7 +63,7 @@ std::optional<QString> lookupPciNameInFile(const QString &path, const QString &v
         const QLatin1StringView line = lineBreak < 0 ? rest : rest.first(lineBreak);
         rest = rest.sliced(lineBreak < 0 ? rest.size() : lineBreak + 1);
         const bool isVendorLine = !line.startsWith(QLatin1Char('\t'));
-        if (line.startsWith(QLatin1Char('#')) || (!isVendorLine && !inVendor) ||
+        if ((!isVendorLine && !inVendor) || line.startsWith(QLatin1Char('#')) ||
             QString(line).trimmed().isEmpty())
             continue;
         if (isVendorLine) {

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "app/resolutionbox.h"
+
+#include <QLineEdit>
+#include <QTest>
+#include <QWheelEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// Turns the wheel by parts, in eighths of a degree; above zero away from the user.
+void turnWheel(ResolutionBox &box, const QList<int> &parts)
+{
+    for (const int part : parts) {
+        QWheelEvent event({5, 5}, box.mapToGlobal(QPointF(5, 5)), {}, {0, part}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&box, &event);
+    }
+}
+
+} // namespace
+
+class TestResolutionBox : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void pageKeysStepFromTheShownSize_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("page down from an item")
+            << u"1600x900"_s << Qt::Key_PageDown << u"1280x720"_s;
+        QTest::newRow("page up from an item") << u"1600x900"_s << Qt::Key_PageUp << u"1920x1080"_s;
+        QTest::newRow("page down from another size")
+            << u"2000x1000"_s << Qt::Key_PageDown << u"1920x1080"_s;
+        QTest::newRow("page up from another size")
+            << u"2000x1000"_s << Qt::Key_PageUp << u"2560x1440"_s;
+    }
+
+    void pageKeysStepFromTheShownSize()
+    {
+        QFETCH(QString, typed);
+        QFETCH(Qt::Key, key);
+        ResolutionBox box;
+        box.setEditText(typed);
+        QTest::keyClick(&box, key);
+        QTEST(box.currentText(), "shown");
+    }
+
+    void wheelStepsOnceANotch_data()
+    {
+        QTest::addColumn<QList<int>>("parts");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("a notch towards the user") << QList<int>{-120} << u"854x480"_s;
+        QTest::newRow("a notch away") << QList<int>{120} << u"1280x720"_s;
+        QTest::newRow("two at once") << QList<int>{240} << u"1600x900"_s;
+        QTest::newRow("less than a notch") << QList<int>{40, 40, 39} << u"960x540"_s;
+        QTest::newRow("a notch in parts") << QList<int>{40, 40, 40} << u"1280x720"_s;
+        QTest::newRow("there and back") << QList<int>{100, -100, 100} << u"960x540"_s;
+    }
+
+    void wheelStepsOnceANotch()
+    {
+        QFETCH(QList<int>, parts);
+        ResolutionBox box;
+        box.showResolution(960, 540);
+        turnWheel(box, parts);
+        QTEST(box.currentText(), "shown");
+    }
+};
+
+QTEST_MAIN(TestResolutionBox)
+#include "test_resolutionbox.moc"

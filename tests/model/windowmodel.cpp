@@ -1,0 +1,479 @@
+// SPDX-License-Identifier: MIT
+#include "model/windowmodel.h"
+
+#include "model/steammodel.h"
+
+#include <algorithm>
+
+namespace model
+{
+namespace
+{
+
+const std::vector<std::string> usualSizes{"3840x2160", "2560x1440", "1920x1080", "1600x900",
+                                          "1280x720",  "960x540",   "854x480"};
+const std::vector<int> pacingValues{0, 22, 14};
+
+/// UTF-16 of well-formed UTF-8.
+std::u16string utf16Of(const std::string &text)
+{
+    std::u16string result;
+    for (std::size_t i = 0; i < text.size();) {
+        const auto first = static_cast<unsigned char>(text[i++]);
+        const int more = first < 0x80 ? 0 : first < 0xe0 ? 1 : first < 0xf0 ? 2 : 3;
+        unsigned code = more == 0 ? first : first & (0x3fu >> more);
+        for (int k = 0; k < more; ++k)
+            code = code << 6 | (static_cast<unsigned char>(text[i++]) & 0x3f);
+        if (code >= 0x10000) {
+            result += static_cast<char16_t>(0xd800 + ((code - 0x10000) >> 10));
+            code = 0xdc00 + ((code - 0x10000) & 0x3ff);
+        }
+        result += static_cast<char16_t>(code);
+    }
+    return result;
+}
+
+/// The options in Steam's file, whose bytes are taken one by one: no byte of another character is
+/// one that the file's grammar knows.
+std::string optionsInFile(const std::string &file, const std::string &appid)
+{
+    std::u16string units;
+    for (const char byte : file)
+        units += static_cast<unsigned char>(byte);
+    std::string options;
+    for (const char16_t unit : readLaunchOptions(units, std::u16string(appid.begin(), appid.end())))
+        options += static_cast<char>(unit);
+    return options;
+}
+
+/// A number of digits only; nothing for anything else.
+std::optional<int> numberOf(const std::string &text)
+{
+    if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != text.npos)
+        return {};
+    return std::stoi(text);
+}
+
+struct Size {
+    int width, height;
+};
+
+std::optional<Size> sizeOf(std::string text)
+{
+    while (!text.empty() && text.front() == ' ')
+        text.erase(0, 1);
+    while (!text.empty() && text.back() == ' ')
+        text.pop_back();
+    const std::size_t x = text.find('x');
+    if (x == text.npos)
+        return {};
+    const std::optional<int> width = numberOf(text.substr(0, x));
+    const std::optional<int> height = numberOf(text.substr(x + 1));
+    if (!width || !height || *width < 320 || *width > 7680 || *height < 200 || *height > 4320)
+        return {};
+    return Size{*width, *height};
+}
+
+std::string sizeText(int width, int height)
+{
+    return std::to_string(width) + "x" + std::to_string(height);
+}
+
+std::string groupTitleOf(const std::string &name)
+{
+    std::string title = "Game settings: ";
+    for (const char c : name)
+        title += c == '&' ? std::string("&&") : std::string(1, c);
+    return title;
+}
+
+} // namespace
+
+void Computer::startSteam()
+{
+    steamRuns = true;
+    steamMemory = steamFile.value_or("");
+}
+
+void Computer::closeSteam()
+{
+    steamRuns = false;
+    steamFile = steamMemory;
+    steamFile->insert(steamFile->find("{\n") + 2, "\t\"ExitCount\"\t\t\"1\"\n");
+}
+
+Advanced::Advanced(const LaunchSettings &settings, int refresh) : refreshHz(refresh)
+{
+    limit = settings.framecap;
+    automatic = settings.caphz < 1;
+    cap = std::clamp(settings.caphz, 20, 480);
+    showAutomaticCap();
+    renderResolution = settings.renderres;
+    for (int row = 0; row < 3; ++row) {
+        if (pacingValues[static_cast<std::size_t>(row)] == settings.pacing)
+            pacing = row;
+    }
+    overlay = settings.debugoverlay;
+}
+
+void Advanced::clickLimit()
+{
+    limit = !limit;
+    showAutomaticCap();
+}
+
+void Advanced::clickAutomatic()
+{
+    if (!automaticEnabled())
+        return;
+    automatic = !automatic;
+    showAutomaticCap();
+}
+
+void Advanced::typeCap(int value)
+{
+    if (capEnabled())
+        cap = value;
+}
+
+void Advanced::showAutomaticCap()
+{
+    if (automatic)
+        cap = std::clamp(frameCap(refreshHz), 20, 480);
+}
+
+Window::Window(Computer &machine)
+    : renderGpu(machine.gpus.empty() ? -1 : machine.defaultRenderGpu), computer(machine),
+      prefix(machine.prefix), losslessFound(machine.losslessFound), refreshHz(machine.refreshHz)
+{
+    refresh();
+}
+
+const Game *Window::currentGame() const
+{
+    if (currentRow < 0)
+        return nullptr;
+    const std::string &appid = rows[static_cast<std::size_t>(currentRow)].appid;
+    for (const Game &game : games) {
+        if (game.appid == appid)
+            return &game;
+    }
+    return nullptr;
+}
+
+std::string Window::desired(const Game &game) const
+{
+    if (computer.gpus.empty())
+        return game.options;
+    if (enabled.count(game.appid) > 0)
+        return compose(records.at(game.appid), computer.gpus[0],
+                       computer.gpus[static_cast<std::size_t>(renderGpu)], prefix, losslessFound,
+                       refreshHz);
+    const auto original = computer.store.find("original/" + game.appid);
+    if (original != computer.store.end() && !original->second.empty())
+        return original->second;
+    return isOwn(game.options) ? "" : game.options;
+}
+
+void Window::refresh()
+{
+    const std::string selected =
+        currentRow < 0 ? "" : rows[static_cast<std::size_t>(currentRow)].appid;
+    games.clear();
+    rows.clear();
+    for (const Installation &installed : computer.installations)
+        games.push_back({installed.appid, installed.name,
+                         optionsInFile(computer.steamFile.value_or(""), installed.appid)});
+    std::sort(games.begin(), games.end(),
+              [](const Game &a, const Game &b) { return a.name < b.name; });
+
+    for (const Game &game : games) {
+        if (records.count(game.appid) == 0) {
+            const LoadedLaunch loaded = load(computer.store, game.appid, game.options);
+            records[game.appid] = loaded.settings;
+            if (loaded.enabled)
+                enabled.insert(game.appid);
+        }
+        Row row{game.appid, game.name, enabled.count(game.appid) > 0, ""};
+        if (!row.ticked && game.options != "" && !isOwn(game.options))
+            row.toolTip = "Has custom launch options; enabling will replace them (restored on "
+                          "disable):\n" +
+                          game.options;
+        rows.push_back(row);
+    }
+
+    currentRow = rows.empty() ? -1 : 0;
+    for (int row = static_cast<int>(rows.size()) - 1; row >= 0; --row) {
+        if (rows[static_cast<std::size_t>(row)].appid == selected)
+            currentRow = row;
+    }
+    showCurrentGame();
+    countPending();
+}
+
+void Window::showCurrentGame()
+{
+    const Game *game = currentGame();
+    if (!game) {
+        shown.groupEnabled = false;
+        shown.groupTitle = "Game settings";
+        return;
+    }
+    const LaunchSettings &record = records.at(game->appid);
+    shown.groupEnabled = enabled.count(game->appid) > 0;
+    shown.groupTitle = groupTitleOf(game->name);
+    shown.upscaling = record.upscaling;
+    shown.renderSize = sizeText(record.renderW, record.renderH);
+    shown.outputSize = sizeText(record.outputW, record.outputH);
+    shown.framegen = record.framegen;
+    shown.method = record.fgbackend == 1 && losslessFound ? 1 : 0;
+    shown.holdback = record.holdback == 2 ? 1 : 0;
+    shown.frameCap = record.framecap;
+    const int cap = record.caphz >= 1 ? record.caphz : frameCap(refreshHz);
+    shown.frameCapText = "Limit frame rate to " + std::to_string(cap) + " fps (smoother)";
+    shown.renderSizeEnabled = record.upscaling;
+    shown.methodEnabled = record.framegen;
+    shown.holdbackEnabled = record.framegen;
+    shown.preview = desired(*game);
+}
+
+void Window::edited()
+{
+    const Game *game = currentGame();
+    LaunchSettings &record = records.at(game->appid);
+    record.upscaling = shown.upscaling;
+    if (const std::optional<Size> size = sizeOf(shown.renderSize)) {
+        record.renderW = size->width;
+        record.renderH = size->height;
+    }
+    if (const std::optional<Size> size = sizeOf(shown.outputSize)) {
+        record.outputW = size->width;
+        record.outputH = size->height;
+    }
+    record.framegen = shown.framegen;
+    record.fgbackend = shown.method == 1 && losslessFound ? 1 : 0;
+    record.holdback = shown.holdback == 1 ? 2 : 1;
+    record.framecap = shown.frameCap;
+    shown.renderSizeEnabled = shown.upscaling;
+    shown.methodEnabled = shown.framegen;
+    shown.holdbackEnabled = shown.framegen;
+    shown.preview = desired(*game);
+    countPending();
+}
+
+void Window::countPending()
+{
+    const auto count = std::count_if(games.begin(), games.end(), [this](const Game &game) {
+        return desired(game) != game.options;
+    });
+    shown.applyEnabled = count > 0;
+    shown.status = count == 0 ? "No pending changes."
+                              : std::to_string(count) + " game(s) with pending changes. Steam must "
+                                                        "close briefly to apply.";
+}
+
+void Window::select(int row)
+{
+    if (row == currentRow)
+        return;
+    currentRow = row;
+    showCurrentGame();
+}
+
+void Window::toggle(int row)
+{
+    currentRow = row;
+    Row &toggled = rows[static_cast<std::size_t>(row)];
+    toggled.ticked = !toggled.ticked;
+    if (toggled.ticked)
+        enabled.insert(toggled.appid);
+    else
+        enabled.erase(toggled.appid);
+    showCurrentGame();
+    countPending();
+}
+
+void Window::clickUpscaling()
+{
+    if (!shown.groupEnabled)
+        return;
+    shown.upscaling = !shown.upscaling;
+    edited();
+}
+
+void Window::clickFramegen()
+{
+    if (!shown.groupEnabled)
+        return;
+    shown.framegen = !shown.framegen;
+    edited();
+}
+
+void Window::clickFrameCap()
+{
+    if (!shown.groupEnabled)
+        return;
+    shown.frameCap = !shown.frameCap;
+    edited();
+}
+
+bool Window::canEdit(const std::string &box) const
+{
+    return shown.groupEnabled && (&box == &shown.outputSize || shown.renderSizeEnabled);
+}
+
+void Window::type(std::string &box, const std::string &text)
+{
+    if (!canEdit(box))
+        return;
+    if (text == "") {
+        box = "";
+        edited();
+    }
+    for (std::size_t keys = 1; keys <= text.size(); ++keys) {
+        box = text.substr(0, keys);
+        edited();
+    }
+}
+
+void Window::chooseSize(std::string &box, int row)
+{
+    const std::string &size = usualSizes[static_cast<std::size_t>(row)];
+    if (!canEdit(box) || box == size)
+        return;
+    box = size;
+    edited();
+}
+
+void Window::chooseMethod(int row)
+{
+    const bool offered = row == 0 || losslessFound;
+    if (!shown.groupEnabled || !shown.methodEnabled || !offered || row == shown.method)
+        return;
+    shown.method = row;
+    edited();
+}
+
+void Window::chooseHoldback(int row)
+{
+    if (!shown.groupEnabled || !shown.holdbackEnabled || row == shown.holdback)
+        return;
+    shown.holdback = row;
+    edited();
+}
+
+void Window::chooseRenderGpu(int row)
+{
+    renderGpu = row;
+    countPending();
+}
+
+Advanced Window::openAdvanced() const
+{
+    return Advanced(records.at(currentGame()->appid), refreshHz);
+}
+
+void Window::acceptAdvanced(const Advanced &dialog)
+{
+    LaunchSettings &record = records.at(currentGame()->appid);
+    record.framecap = dialog.limit;
+    record.caphz = dialog.automatic ? 0 : dialog.cap;
+    record.renderres = dialog.renderResolution;
+    record.pacing = pacingValues[static_cast<std::size_t>(dialog.pacing)];
+    record.debugoverlay = dialog.overlay;
+    showCurrentGame();
+    countPending();
+}
+
+std::vector<Box> Window::apply(bool closeSteam, bool restartSteam)
+{
+    std::vector<Box> boxes;
+    if (!shown.applyEnabled)
+        return boxes;
+    if (!computer.steamFile)
+        return {{Box::Warning, "Could not find Steam's localconfig.vdf."}};
+
+    // Staged are the games of the last scan, before Steam rewrites its file.
+    std::vector<std::pair<Game, std::string>> staged;
+    for (const Game &game : games) {
+        if (desired(game) != game.options)
+            staged.emplace_back(game, desired(game));
+    }
+    if (staged.empty())
+        return boxes;
+
+    if (computer.steamRuns) {
+        boxes.push_back({Box::Question,
+                         "Steam stores launch options in a file it rewrites on exit, so it must be "
+                         "closed to apply changes.\n\nClose Steam now? (It will be restarted "
+                         "afterwards.)",
+                         closeSteam});
+        if (!closeSteam)
+            return boxes;
+        computer.steamCalls.push_back("-shutdown");
+        computer.closeSteam();
+    }
+
+    computer.backups.push_back(*computer.steamFile);
+    std::string failures;
+    for (const auto &[game, options] : staged) {
+        failures += edit(game, options);
+    }
+    saveSettings();
+    if (failures != "")
+        boxes.push_back({Box::Warning, "Some changes failed:" + failures});
+    boxes.push_back({Box::Question, "Changes applied. Restart Steam now?", restartSteam});
+    if (restartSteam) {
+        computer.steamCalls.push_back("");
+        computer.startSteam();
+    }
+    countPending();
+    return boxes;
+}
+
+/// Edits one game in Steam's file. A failure's line comes back behind a line feed; nothing without.
+std::string Window::edit(const Game &staged, const std::string &options)
+{
+    const std::string original = "original/" + staged.appid;
+    for (const Game &game : games) {
+        if (game.appid == staged.appid && game.options != "" && !isOwn(game.options) &&
+            computer.store.count(original) == 0)
+            computer.store[original] = game.options;
+    }
+    const Edit edit = setLaunchOptions(*computer.steamFile, staged.appid, utf16Of(options));
+    if (!edit.done)
+        return "\n" + staged.appid + ": " + edit.message;
+    computer.steamFile = edit.bytes;
+    for (Game &game : games) {
+        if (game.appid == staged.appid)
+            game.options = options;
+    }
+    return "";
+}
+
+void Window::saveSettings()
+{
+    for (const auto &[appid, record] : records) {
+        const auto keep = [&, folder = "config/" + appid + "/"](const char *field, int value) {
+            computer.store[folder + field] = std::to_string(value);
+        };
+        const auto keepFlag = [&, folder = "config/" + appid + "/"](const char *field, bool value) {
+            computer.store[folder + field] = value ? "true" : "false";
+        };
+        keepFlag("upscaling", record.upscaling);
+        keep("renderW", record.renderW);
+        keep("renderH", record.renderH);
+        keep("outputW", record.outputW);
+        keep("outputH", record.outputH);
+        keepFlag("framegen", record.framegen);
+        keep("fgbackend", record.fgbackend);
+        keep("holdback", record.holdback);
+        keepFlag("framecap", record.framecap);
+        keep("caphz", record.caphz);
+        keepFlag("renderres", record.renderres);
+        keep("pacing", record.pacing);
+        keepFlag("debugoverlay", record.debugoverlay);
+    }
+}
+
+} // namespace model
