@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: MIT
+// The inner functions, measured on the machine that lies under this process.
+#include "app/mainwindow.h"
+#include "base/durablefile.h"
+#include "steam/gamescan.h"
+#include "steam/keyvalues.h"
+#include "steam/launchoptionseditor.h"
+#include "steam/locations.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QFile>
+#include <QPushButton>
+
+#include <benchmark/benchmark.h>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+QByteArray localConfigBytes()
+{
+    return base::readWholeFile(steam::localConfigPath()).value();
+}
+
+QStringList appids()
+{
+    QStringList ids;
+    for (const steam::GameEntry &game : steam::scanGames())
+        ids.append(game.appid);
+    return ids;
+}
+
+/// What reading the text once costs: a sum over its units.
+void plainPass(benchmark::State &state)
+{
+    const QString text = QString::fromUtf8(localConfigBytes());
+    for (auto _ : state) {
+        quint64 sum = 0;
+        for (const QChar unit : text)
+            sum += unit.unicode();
+        benchmark::DoNotOptimize(sum);
+    }
+}
+BENCHMARK(plainPass);
+
+void readOneGame(benchmark::State &state)
+{
+    const QString text = QString::fromUtf8(localConfigBytes());
+    const QStringList ids = appids();
+    const QString appid = ids[ids.size() / 2];
+    for (auto _ : state)
+        benchmark::DoNotOptimize(steam::readLaunchOptions(text, appid));
+}
+BENCHMARK(readOneGame);
+
+/// As the scan does it: the file read, decoded, and every game's value looked up.
+void readAllGames(benchmark::State &state)
+{
+    const QStringList ids = appids();
+    for (auto _ : state) {
+        const QString text = QString::fromUtf8(localConfigBytes());
+        const QStringView section = steam::appsSectionText(text);
+        for (const QString &appid : ids)
+            benchmark::DoNotOptimize(steam::readLaunchOptions(section, appid));
+    }
+}
+BENCHMARK(readAllGames);
+
+void scan(benchmark::State &state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(steam::scanGames());
+}
+BENCHMARK(scan);
+
+void editOneGame(benchmark::State &state)
+{
+    const QString path = steam::localConfigPath();
+    const QStringList ids = appids();
+    const QString appid = ids[ids.size() / 2];
+    int i = 0;
+    for (auto _ : state) {
+        if (!steam::setLaunchOptions(path, appid, u"%command% %1"_s.arg(++i), false, nullptr))
+            state.SkipWithError("the edit failed");
+    }
+}
+BENCHMARK(editOneGame)->UseRealTime();
+
+/// What putting a file of that size on the disk costs.
+void writeAndSync(benchmark::State &state)
+{
+    const QByteArray content = localConfigBytes();
+    const QString path = steam::localConfigPath() + ".bench"_L1;
+    for (auto _ : state) {
+        if (base::replaceFile(path, content) != base::Replaced::Yes)
+            state.SkipWithError("writing failed");
+    }
+    QFile::remove(path);
+}
+BENCHMARK(writeAndSync)->UseRealTime();
+
+/// Another rendering GPU: every game's options are composed and compared anew.
+void recount(benchmark::State &state)
+{
+    MainWindow window;
+    auto *gpus = window.findChild<QComboBox *>(u"renderGpuCombo"_s);
+    for (auto _ : state)
+        gpus->setCurrentIndex(1 - gpus->currentIndex());
+}
+BENCHMARK(recount);
+
+/// The scan and the rebuilding of the list.
+void refresh(benchmark::State &state)
+{
+    MainWindow window;
+    auto *button = window.findChild<QPushButton *>(u"refreshButton"_s);
+    for (auto _ : state)
+        button->click();
+}
+BENCHMARK(refresh);
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
