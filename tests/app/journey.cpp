@@ -23,10 +23,10 @@ QString textOf(const std::string &text)
     return QString::fromStdString(text);
 }
 
-void clickRow(const QListWidget *list, int row, bool onCheckBox)
+void clickRow(QListWidget *list, int row, bool onCheckBox)
 {
     QListWidgetItem *item = list->item(row);
-    const_cast<QListWidget *>(list)->scrollToItem(item);
+    list->scrollToItem(item);
     const QRect place = list->visualItemRect(item);
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
                       onCheckBox ? QPoint(place.left() + 10, place.center().y()) : place.center());
@@ -40,6 +40,8 @@ Journey::Journey(unsigned seed) : random(seed)
     changeWhatIsLookedUpAtStart();
     setUpSteam();
     setUpStore();
+    if (oneIn(4))
+        startOrKillSteam();
     startProgram();
 }
 
@@ -53,32 +55,34 @@ void Journey::startProgram()
 
 void Journey::step()
 {
-    // Where nothing can be edited, the user mostly ticks the game first.
+    if (!computer.steamFile && oneIn(5))
+        return hideOrReturnSteamFile();
+    // Where nothing can be edited, the user mostly ticks a game first.
     const bool canEdit = window->shown.groupEnabled;
-    const int kind = !canEdit && oneIn(2) ? 0 : pick(100);
-    if (kind < 13)
+    const int kind = !canEdit && pick(4) > 0 ? 0 : pick(100);
+    if (kind < 9)
         clickInList(true);
-    else if (kind < 24)
+    else if (kind < 18)
         clickInList(false);
-    else if (kind < 38)
+    else if (kind < 31)
         clickCheckBox();
-    else if (kind < 50)
+    else if (kind < 45)
         typeSize();
-    else if (kind < 62)
+    else if (kind < 58)
         chooseInGroup();
-    else if (kind < 67)
+    else if (kind < 63)
         chooseGpu();
-    else if (kind < 75)
+    else if (kind < 72)
         useAdvancedDialog();
-    else if (kind < 80)
+    else if (kind < 76)
         refresh();
-    else if (kind < 90)
+    else if (kind < 87)
         apply();
-    else if (kind < 93)
+    else if (kind < 90)
         installOrUninstall();
-    else if (kind < 95)
+    else if (kind < 94)
         changeOptionsInSteam();
-    else if (kind < 96)
+    else if (kind < 95)
         hideOrReturnSteamFile();
     else if (kind < 97)
         startOrKillSteam();
@@ -93,7 +97,7 @@ void Journey::clickInList(bool onCheckBox)
     const int count = static_cast<int>(window->rows.size());
     if (count == 0)
         return refresh();
-    // A newly ticked game stays in view for a while, so that it gets edited.
+    // Mostly the game that is shown and cannot be edited yet.
     const int row =
         onCheckBox && !window->shown.groupEnabled && !oneIn(3) ? window->currentRow : pick(count);
     note((onCheckBox ? u"Clicks on the check box of row %1"_s : u"Clicks on row %1"_s).arg(row));
@@ -125,10 +129,9 @@ void Journey::clickCheckBox()
 void Journey::typeSize()
 {
     const std::string text = pickFrom<std::string>(
-        {"1920x1080", "2560x1440", " 1000x600 ", "320x200",  "7680x4320",   "7681x4320",
-         "319x200",   "320x199",   "640x4321",   "2560x",    "2560X1440",   "x720",
-         "800x600x2", "1280x-720", "",           "abc",      "1280x7200",   "99999999999x720",
-         "0x0",       "12",        "1280 720",   "854x480p", "1x720x1280x", "1920*1080"});
+        {"2560x1440", " 1000x600 ", "320x200", "319x200", "320x199", "7680x4320", "7681x4320",
+         "640x4321", "1280x7200", "2560x", "2560X1440", "x720", "800x600x2", "1x720x1280",
+         "1280x-720", "12", "", "99999999999x720"});
     const bool render = oneIn(2);
     note((render ? u"Types the render size \"%1\""_s : u"Types the output size \"%1\""_s)
              .arg(textOf(text)));
@@ -250,7 +253,7 @@ void Journey::refresh()
 
 void Journey::apply()
 {
-    const bool closeSteam = oneIn(2);
+    const bool closeSteam = !oneIn(3);
     const bool restartSteam = oneIn(8);
     note(u"Applies (Steam runs: %1, to close: %2, to restart: %3)"_s.arg(computer.steamRuns)
              .arg(closeSteam)

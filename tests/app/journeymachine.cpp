@@ -59,8 +59,9 @@ void Journey::setUpSteam()
 {
     secondLibrary = machine.addLibrary(u"games"_s);
     machine.addSteamCommand();
+    const bool anyGames = !oneIn(6);
     for (const model::Installation &game : offered) {
-        if (game.appid == "400" || pick(3) > 0)
+        if (anyGames && (game.appid == "400" || pick(3) > 0))
             install(game);
     }
     std::string blocks;
@@ -230,15 +231,15 @@ void Journey::uninstall(const model::Installation &game)
 void Journey::installOrUninstall()
 {
     // Now and then nearly all are gone, so that the list is empty at times.
-    const int changes = oneIn(6) ? 20 : 1 + pick(2);
+    const int changes = oneIn(6) ? 40 : 1 + pick(2);
     const bool away = oneIn(2);
     for (int i = 0; i < changes; ++i) {
         const model::Installation game = pickFrom(offered);
         const auto &there = computer.installations;
         const bool installed = std::find(there.begin(), there.end(), game) != there.end();
-        if (installed && (changes < 20 || away))
+        if (installed && (changes < 40 || away))
             uninstall(game);
-        else if (!installed && (changes < 20 || !away))
+        else if (!installed && (changes < 40 || !away))
             install(game);
     }
 }
