@@ -18,7 +18,7 @@ RESTART_STEAM = "Changes applied. Restart Steam now?"
 
 
 class SampleMachine:
-    """The sample machine in a temporary folder, its Steam client running."""
+    """The sample machine in a temporary folder; its Steam client is started with the program."""
 
     def __init__(self):
         self.folder = tempfile.TemporaryDirectory(prefix="marrowpulse-sample.")
@@ -32,6 +32,8 @@ class SampleMachine:
         self.folder.cleanup()
 
     def kill_client(self):
+        """Ends the client, and keeps it from being started with the program."""
+        (self.root / "steam-runs").unlink(missing_ok=True)
         if self.client_runs():
             os.kill(self.client_pid(), signal.SIGKILL)
 

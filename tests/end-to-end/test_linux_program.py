@@ -59,7 +59,6 @@ class Windows(ProgramTestCase):
 class StartedTwice(ProgramTestCase):
     def prepare(self):
         self.machine.kill_client()
-        wait_for(lambda: not self.machine.client_runs(), "the end of the client")
 
     def apply_change_to(self, app, game):
         app.click(app.wait("list item", game))

@@ -80,7 +80,9 @@ class OnBareDebian(unittest.TestCase):
 
     def apply_one_change(self, machine):
         with Desktop() as desktop:
-            program = subprocess.Popen(started_in_root(machine, "marrowpulse"),
+            client = '"$HOME/.local/share/Steam/ubuntu12_32/steam"'
+            program = subprocess.Popen(started_in_root(machine, "sh", "-c",
+                                                       f"{client} && exec marrowpulse"),
                                        env={**desktop.environment, "LD_LIBRARY_PATH": ""})
             self.addCleanup(program.wait)
             self.addCleanup(program.kill)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Builds the sample machine in the folder that is the first argument: two libraries, games with
-// pictures, one account with launch options of its own, two GPUs and a running Steam client.
+// pictures, one account with launch options of its own, two GPUs, and a Steam client that runs
+// whenever something is run on the machine.
 #include "support/pretendmachine.h"
 #include "support/samplesteam.h"
 
@@ -135,6 +136,7 @@ int main(int argc, char **argv)
                         "\t164e  Raphael\n"
                         "10de  NVIDIA Corporation\n"
                         "\t2684  AD102 [GeForce RTX 4090]\n");
-    machine.startSteamClient();
+    machine.addSteamCommand();
+    machine.write(u"steam-runs"_s, {});
     return 0;
 }
