@@ -55,7 +55,7 @@ void Journey::startProgram()
 
 void Journey::step()
 {
-    if (!computer.steamFile && oneIn(5))
+    if (!computer.steamFile && oneIn(8))
         return hideOrReturnSteamFile();
     // Where nothing can be edited, the user mostly ticks a game first.
     const bool canEdit = window->shown.groupEnabled;
@@ -82,9 +82,9 @@ void Journey::step()
         installOrUninstall();
     else if (kind < 94)
         changeOptionsInSteam();
-    else if (kind < 95)
+    else if (kind < 96)
         hideOrReturnSteamFile();
-    else if (kind < 97)
+    else if (kind < 98)
         startOrKillSteam();
     else {
         changeWhatIsLookedUpAtStart();
@@ -133,9 +133,13 @@ void Journey::typeSize()
          "640x4321", "1280x7200", "2560x", "2560X1440", "x720", "800x600x2", "1x720x1280",
          "1280x-720", "12", "", "99999999999x720"});
     const bool render = oneIn(2);
-    note((render ? u"Types the render size \"%1\""_s : u"Types the output size \"%1\""_s)
-             .arg(textOf(text)));
-    WindowUser::type(render ? user->renderResCombo : user->outputResCombo, textOf(text));
+    const bool enter = oneIn(4);
+    note((render ? u"Types the render size \"%1\"%2"_s : u"Types the output size \"%1\"%2"_s)
+             .arg(textOf(text), enter ? u" and Enter"_s : QString()));
+    QComboBox *combo = render ? user->renderResCombo : user->outputResCombo;
+    WindowUser::type(combo, textOf(text));
+    if (enter)
+        QTest::keyClick(combo->lineEdit(), Qt::Key_Return);
     window->type(render ? window->shown.renderSize : window->shown.outputSize, text);
 }
 
@@ -278,7 +282,10 @@ void Journey::changeOptionsInSteam()
 {
     if (window->rows.empty() || !computer.steamFile)
         return refresh();
-    const std::string &appid = pickFrom(window->rows).appid;
+    model::Row row = pickFrom(window->rows);
+    for (int tries = 0; tries < 3 && !row.ticked; ++tries)
+        row = pickFrom(window->rows); // rather a game that the program has set up
+    const std::string &appid = row.appid;
     const std::string options = randomOptions();
     note(u"In Steam's file %1 gets \"%2\""_s.arg(textOf(appid), textOf(options)));
     const model::Edit edit =

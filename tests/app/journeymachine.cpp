@@ -104,8 +104,9 @@ std::string Journey::randomOwnOptions()
     settings.debugoverlay = oneIn(3);
     const model::LaunchGpu gpu{"0000:03:00.0", "pci-0000_03_00_0", "1002:73bf"};
     const model::LaunchGpu other{"0000:01:00.0", "pci-0000_01_00_0", "10de:2684"};
-    return model::compose(settings, gpu, oneIn(2) ? gpu : other, oneIn(3) ? "/opt/gs" : "",
-                          oneIn(2), 60);
+    const model::LaunchGpu &render = oneIn(2) ? gpu : other;
+    const std::string prefix = oneIn(3) ? "/opt/gs" : "";
+    return model::compose(settings, gpu, render, prefix, oneIn(2), 60);
 }
 
 std::string Journey::randomOptions()
