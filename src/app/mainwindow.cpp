@@ -37,6 +37,7 @@ QString breakable(QString text)
 
 MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
 {
+    launch::recoverStore(store);
     setWindowTitle(u"Marrowpulse"_s);
     resize(900, 620);
     libraryPrefix = launch::readLibraryPrefix();

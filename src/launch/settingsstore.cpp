@@ -94,6 +94,18 @@ bool exists(const QString &path)
     return ::access(QFile::encodeName(path).constData(), F_OK) == 0 || errno != ENOENT;
 }
 
+/// The store's file, encoded, wherever links lead to; empty when there is none.
+QByteArray fileOf(const QSettings &store)
+{
+    return QFile::encodeName(QFileInfo(store.fileName()).canonicalFilePath());
+}
+
+/// The second name that the old file keeps while a new one takes its place.
+QByteArray spareOf(const QByteArray &file)
+{
+    return file + ".old";
+}
+
 } // namespace
 
 LoadedGame loadGameSettings(const QSettings &store, const QString &appid,
@@ -147,14 +159,34 @@ bool isOriginalOnDisk(const QSettings &store, const QString &appid)
     return content && content->contains(originalKey(appid));
 }
 
+void recoverStore(QSettings &store)
+{
+    const QString path = store.fileName();
+    const QByteArray file = exists(path) ? fileOf(store) : QFile::encodeName(path);
+    const QByteArray spare = spareOf(file);
+    const std::optional<QByteArray> kept = base::readWholeFile(QFile::decodeName(spare));
+    if (!kept)
+        return;
+    const auto contentKept = contentOf(*kept);
+    const auto content = contentOf(base::readWholeFile(path).value_or(QByteArray()));
+    if (!contentKept || !content)
+        return;
+    if (holdsAll(*content, {}, *contentKept)) {
+        ::unlink(spare.constData());
+    } else if (::rename(spare.constData(), file.constData()) == 0) {
+        base::syncFileAndFolder(path);
+        store.sync(); // reads it
+    }
+}
+
 bool syncStore(QSettings &store)
 {
     const QMap<QString, QString> wanted = ownContentOf(store);
     const QString path = store.fileName();
     const bool existed = exists(path);
     // A second name for the old file takes no room and needs none when it is put back.
-    const QByteArray file = QFile::encodeName(QFileInfo(path).canonicalFilePath());
-    const QByteArray spare = file + ".old";
+    const QByteArray file = fileOf(store);
+    const QByteArray spare = spareOf(file);
     if (!file.isEmpty())
         ::unlink(spare.constData());
     const bool hasSpare = !file.isEmpty() && ::link(file.constData(), spare.constData()) == 0;

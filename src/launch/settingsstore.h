@@ -68,6 +68,10 @@ QString originalLaunchOptions(const QSettings &store, const QString &appid);
 /// Whether launch options are kept for the game in the store's file, as it stands on the disk.
 bool isOriginalOnDisk(const QSettings &store, const QString &appid);
 
+/// Puts back what a store's file held before syncStore() was killed, if it lost anything. For the
+/// start of the program, before anything is read from the store.
+void recoverStore(QSettings &store);
+
 /// Writes the store to the disk. True when its file holds all that was set. When writing lost
 /// anything that the file held before (QSettings empties it on a full disk and reports success),
 /// the old file is put back and the answer is false.
