@@ -27,7 +27,8 @@ int main(int argc, char **argv)
     // The desktop entry's base name and the icon's name in the icon theme.
     const auto applicationId = u"org.marrowpulse.Marrowpulse"_s;
     QGuiApplication::setDesktopFileName(applicationId);
-    QApplication::setWindowIcon(QIcon::fromTheme(applicationId, builtInIcon()));
+    const QIcon themeIcon = QIcon::fromTheme(applicationId);
+    QApplication::setWindowIcon(themeIcon.isNull() ? builtInIcon() : themeIcon);
 
     MainWindow window;
     window.show();

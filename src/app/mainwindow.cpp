@@ -33,6 +33,29 @@ QString breakable(QString text)
     return text.replace(longRun, u"\\1\u200b"_s);
 }
 
+/// A row of the game list. Its picture is looked at when the row comes into view: making an icon
+/// reads the file, and a large library has a thousand of them.
+class GameItem : public QListWidgetItem
+{
+public:
+    GameItem(const QString &name, const QString &picture) : QListWidgetItem(name), iconPath(picture)
+    {
+    }
+
+    QVariant data(int role) const override
+    {
+        if (role != Qt::DecorationRole || iconPath.isEmpty())
+            return QListWidgetItem::data(role);
+        if (icon.isNull())
+            icon = QIcon(iconPath);
+        return icon;
+    }
+
+private:
+    QString iconPath;
+    mutable QIcon icon;
+};
+
 } // namespace
 
 MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
@@ -129,9 +152,7 @@ void MainWindow::reloadGames()
 void MainWindow::addGameItem(const steam::GameEntry &game)
 {
     const bool enabled = enabledGames.contains(game.appid);
-    auto *item = new QListWidgetItem(game.name);
-    if (!game.iconPath.isEmpty())
-        item->setIcon(QIcon(game.iconPath));
+    auto *item = new GameItem(game.name, game.iconPath);
     item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
     item->setData(Qt::UserRole, game.appid);
     item->setCheckState(enabled ? Qt::Checked : Qt::Unchecked);
