@@ -68,7 +68,7 @@ QList<GameEntry> scanGames()
         return games;
     const QString localConfigFile = localConfigPath();
     const QString localConfig = localConfigFile.isEmpty() ? QString() : readText(localConfigFile);
-    const QStringView appsSection = appsSectionText(localConfig);
+    const AppsSection appsSection = cutAppsSection(localConfig);
     const QString imageCache = root + "/appcache/librarycache/"_L1;
     for (const QString &library : steamLibraryDirs()) {
         for (const QString &file : QDir(library).entryList(QDir::Files, QDir::NoSort)) {

@@ -125,13 +125,10 @@ BraceSpan findAppsSection(QStringView text)
     return largest;
 }
 
-QStringView appsSectionText(QStringView text)
+AppsSection cutAppsSection(QStringView text)
 {
     const BraceSpan apps = findAppsSection(text);
-    if (!apps.isValid())
-        return {};
-    const qsizetype key = text.first(apps.open).lastIndexOf(u"\"apps\"");
-    return text.sliced(key, apps.close + 1 - key);
+    return {apps.isValid() ? text.sliced(apps.open, apps.close + 1 - apps.open) : QStringView()};
 }
 
 BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid)
@@ -156,18 +153,21 @@ BraceSpan findLaunchOptionsValue(QStringView text, qsizetype from, qsizetype to)
     return close < 0 ? BraceSpan{} : BraceSpan{open, close};
 }
 
-QString readLaunchOptions(QStringView text, QStringView appid)
+QString readLaunchOptions(AppsSection section, QStringView appid)
 {
-    const BraceSpan apps = findAppsSection(text);
-    if (!apps.isValid())
-        return {};
-    const BraceSpan block = findAppBlock(text, apps, appid);
+    const QStringView text = section.text;
+    const BraceSpan block = findAppBlock(text, {0, text.size() - 1}, appid);
     if (!block.isValid())
         return {};
     const BraceSpan value = findLaunchOptionsValue(text, block.open, block.close);
     if (!value.isValid())
         return {};
     return text.sliced(value.open + 1, value.close - value.open - 1).toString();
+}
+
+QString readLaunchOptions(QStringView text, QStringView appid)
+{
+    return readLaunchOptions(cutAppsSection(text), appid);
 }
 
 } // namespace steam

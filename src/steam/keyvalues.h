@@ -31,9 +31,14 @@ qsizetype matchingBrace(QStringView text, qsizetype start);
 /// games there.
 BraceSpan findAppsSection(QStringView text);
 
-/// The "apps" section with its key, or nothing. readLaunchOptions() gives the same results on it as
-/// on the whole text, and need not look at the rest.
-QStringView appsSectionText(QStringView text);
+/// The "apps" section's own text, from its "{" to its "}"; empty when there is none. It shares the
+/// text that it was cut out of.
+struct AppsSection {
+    QStringView text;
+};
+
+/// The section that findAppsSection() finds. Whoever asks for many games cuts it out once.
+AppsSection cutAppsSection(QStringView text);
 
 /// The first block with the key `appid` (decimal digits) that opens and closes inside `apps`.
 BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid);
@@ -43,7 +48,9 @@ BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid);
 BraceSpan findLaunchOptionsValue(QStringView text, qsizetype from, qsizetype to);
 
 /// The raw launch options of the game: the first value with the key "LaunchOptions" in its block;
-/// empty also when there is no such value, block or section.
+/// empty also when there is no such value, block or section. The section's own text gives the same
+/// results as the whole.
 QString readLaunchOptions(QStringView text, QStringView appid);
+QString readLaunchOptions(AppsSection section, QStringView appid);
 
 } // namespace steam
