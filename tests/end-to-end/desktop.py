@@ -115,10 +115,11 @@ class Desktop:
         return subprocess.run(command, env=self.environment, capture_output=True, text=True,
                               check=False).stdout
 
-    def start(self, program, machine, **environment):
-        """Starts the program on the pretend machine in the folder `machine`."""
+    def start(self, program, machine, through=(), **environment):
+        """Starts the program on the pretend machine in the folder `machine`, with the command
+        `through` in front of it."""
         self.environment.update(environment)
-        return self._start([str(ON_MACHINE), str(machine), str(program)])
+        return self._start([str(ON_MACHINE), str(machine), *through, str(program)])
 
     def output(self, *command):
         """What a command prints on this desktop."""

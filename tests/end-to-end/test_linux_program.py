@@ -13,6 +13,9 @@ from desktop import Application, Atspi, wait_for
 DESKTOP_ENTRY = (pathlib.Path(__file__).resolve().parent.parent.parent
                  / "packaging/org.marrowpulse.Marrowpulse.desktop")
 
+# A file's mode does not bind root, unless it goes without these two.
+WITHOUT_ROOTS_WAY = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"]
+
 
 class Windows(ProgramTestCase):
     def window(self):
@@ -108,8 +111,8 @@ class OddHomes(ProgramTestCase):
     def start_program(self):
         pass
 
-    def assert_starts_without_games(self):
-        self.desktop.start(BUILD / "marrowpulse", self.machine.root)
+    def assert_starts_without_games(self, through=()):
+        self.desktop.start(BUILD / "marrowpulse", self.machine.root, through)
         app = Application(self.desktop)
         games = app.wait("list", "Games")
         self.assertEqual(games.get_child_count(), 0)
@@ -125,6 +128,13 @@ class OddHomes(ProgramTestCase):
         shutil.rmtree(self.machine.root / "home/.local")
         (self.machine.root / "home/.local").write_text("")
         self.assert_starts_without_games()
+
+    def test_home_that_cannot_be_read(self):
+        self.machine.kill_client()
+        home = self.machine.root / "home"
+        self.addCleanup(home.chmod, 0o700)
+        home.chmod(0)
+        self.assert_starts_without_games(WITHOUT_ROOTS_WAY if os.geteuid() == 0 else ())
 
 
 if __name__ == "__main__":
