@@ -4,6 +4,7 @@
 #include "hw/gpuinfo.h"
 #include "launch/gamesettings.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QTest>
 
@@ -28,6 +29,35 @@ inline hw::GpuInfo secondGpu()
     gpu.pciId = QStringLiteral("10de:2684");
     return gpu;
 }
+
+/// A record of which no field has its default, and the lines that say so in the store, in the
+/// section [config] and for the app 10.
+inline const launch::GameSettings everythingChanged{.upscaling = false,
+                                                    .renderW = 1600,
+                                                    .renderH = 900,
+                                                    .outputW = 3840,
+                                                    .outputH = 2160,
+                                                    .framegen = false,
+                                                    .fgbackend = 1,
+                                                    .holdback = 2,
+                                                    .framecap = false,
+                                                    .caphz = 90,
+                                                    .renderres = false,
+                                                    .pacing = 15,
+                                                    .debugoverlay = true};
+inline const QByteArray everythingChangedLines = "10\\upscaling=false\n"
+                                                 "10\\renderW=1600\n"
+                                                 "10\\renderH=900\n"
+                                                 "10\\outputW=3840\n"
+                                                 "10\\outputH=2160\n"
+                                                 "10\\framegen=false\n"
+                                                 "10\\fgbackend=1\n"
+                                                 "10\\holdback=2\n"
+                                                 "10\\framecap=false\n"
+                                                 "10\\caphz=90\n"
+                                                 "10\\renderres=false\n"
+                                                 "10\\pacing=15\n"
+                                                 "10\\debugoverlay=true\n";
 
 namespace launch
 {

@@ -17,45 +17,19 @@ using support::PretendMachine;
 namespace
 {
 
-const GameSettings changed{.upscaling = false,
-                           .renderW = 1600,
-                           .renderH = 900,
-                           .outputW = 3840,
-                           .outputH = 2160,
-                           .framegen = false,
-                           .fgbackend = 1,
-                           .holdback = 2,
-                           .framecap = false,
-                           .caphz = 90,
-                           .renderres = false,
-                           .pacing = 15,
-                           .debugoverlay = true};
-const QByteArray changedAsText = "9\\upscaling=false\n"
-                                 "9\\renderW=1600\n"
-                                 "9\\renderH=900\n"
-                                 "9\\outputW=3840\n"
-                                 "9\\outputH=2160\n"
-                                 "9\\framegen=false\n"
-                                 "9\\fgbackend=1\n"
-                                 "9\\holdback=2\n"
-                                 "9\\framecap=false\n"
-                                 "9\\caphz=90\n"
-                                 "9\\renderres=false\n"
-                                 "9\\pacing=15\n"
-                                 "9\\debugoverlay=true\n";
-const QByteArray defaultsAsText = "10\\upscaling=true\n"
-                                  "10\\renderW=1280\n"
-                                  "10\\renderH=720\n"
-                                  "10\\outputW=1920\n"
-                                  "10\\outputH=1080\n"
-                                  "10\\framegen=true\n"
-                                  "10\\fgbackend=0\n"
-                                  "10\\holdback=1\n"
-                                  "10\\framecap=true\n"
-                                  "10\\caphz=0\n"
-                                  "10\\renderres=true\n"
-                                  "10\\pacing=0\n"
-                                  "10\\debugoverlay=false\n";
+const QByteArray defaultLines = "9\\upscaling=true\n"
+                                "9\\renderW=1280\n"
+                                "9\\renderH=720\n"
+                                "9\\outputW=1920\n"
+                                "9\\outputH=1080\n"
+                                "9\\framegen=true\n"
+                                "9\\fgbackend=0\n"
+                                "9\\holdback=1\n"
+                                "9\\framecap=true\n"
+                                "9\\caphz=0\n"
+                                "9\\renderres=true\n"
+                                "9\\pacing=0\n"
+                                "9\\debugoverlay=false\n";
 
 /// A file's lines, sorted: the order in a section is QSettings' own affair.
 QByteArrayList sortedLines(const QByteArray &text)
@@ -127,30 +101,31 @@ void TestSettingsStore::cleanup()
 
 void TestSettingsStore::everyKeyOfEveryRecord()
 {
-    launch::saveAllGameSettings(*store, {{u"9"_s, changed}, {u"10"_s, GameSettings()}});
-    QCOMPARE(sortedLines(text()), sortedLines("[config]\n" + defaultsAsText + changedAsText));
+    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}, {u"9"_s, GameSettings()}});
+    QCOMPARE(sortedLines(text()),
+             sortedLines("[config]\n" + defaultLines + everythingChangedLines));
 }
 
 void TestSettingsStore::valuesHaveTheirFieldsType()
 {
-    launch::saveAllGameSettings(*store, {{u"9"_s, changed}});
+    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}});
     for (const QString &flag :
          {u"upscaling"_s, u"framegen"_s, u"framecap"_s, u"renderres"_s, u"debugoverlay"_s})
-        QCOMPARE(store->value("config/9/"_L1 + flag).typeId(), int(QMetaType::Bool));
+        QCOMPARE(store->value("config/10/"_L1 + flag).typeId(), int(QMetaType::Bool));
     for (const QString &number : {u"renderW"_s, u"renderH"_s, u"outputW"_s, u"outputH"_s,
                                   u"fgbackend"_s, u"holdback"_s, u"caphz"_s, u"pacing"_s})
-        QCOMPARE(store->value("config/9/"_L1 + number).typeId(), int(QMetaType::Int));
+        QCOMPARE(store->value("config/10/"_L1 + number).typeId(), int(QMetaType::Int));
 }
 
 void TestSettingsStore::savedRecordsAreLoadedAgain()
 {
-    launch::saveAllGameSettings(*store, {{u"9"_s, changed}, {u"10"_s, GameSettings()}});
+    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}, {u"9"_s, GameSettings()}});
     const QString copy = machine->root() + "/copy.conf"_L1;
     machine->write(copy, text());
     const QSettings nextRun(copy, QSettings::IniFormat);
-    QCOMPARE(launch::loadGameSettings(nextRun, u"9"_s, {}).settings, changed);
-    QCOMPARE(launch::loadGameSettings(nextRun, u"10"_s, {}).settings, GameSettings());
-    QCOMPARE(launch::loadGameSettings(nextRun, u"9"_s, {}).enabled, false);
+    QCOMPARE(launch::loadGameSettings(nextRun, u"10"_s, {}).settings, everythingChanged);
+    QCOMPARE(launch::loadGameSettings(nextRun, u"9"_s, {}).settings, GameSettings());
+    QCOMPARE(launch::loadGameSettings(nextRun, u"10"_s, {}).enabled, false);
 }
 
 void TestSettingsStore::savingNothingWritesNothing()
@@ -162,19 +137,19 @@ void TestSettingsStore::savingNothingWritesNothing()
 void TestSettingsStore::savingRemovesNothing()
 {
     machine->write(machine->storePath(),
-                   "[config]\n9\\holdback=1\n9\\later=7\n11\\framegen=true\n\n"
-                   "[original]\n9=-novid\n");
-    launch::saveAllGameSettings(*store, {{u"9"_s, changed}});
+                   "[config]\n10\\holdback=1\n10\\later=7\n11\\framegen=true\n\n"
+                   "[original]\n10=-novid\n");
+    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}});
     QCOMPARE(sortedLines(text()),
-             sortedLines("[config]\n" + changedAsText +
-                         "9\\later=7\n11\\framegen=true\n\n[original]\n9=-novid\n"));
+             sortedLines("[config]\n" + everythingChangedLines +
+                         "10\\later=7\n11\\framegen=true\n\n[original]\n10=-novid\n"));
 }
 
 void TestSettingsStore::savingTwiceChangesNothing()
 {
-    launch::saveAllGameSettings(*store, {{u"9"_s, changed}});
-    launch::saveAllGameSettings(*store, {{u"9"_s, changed}});
-    QCOMPARE(sortedLines(text()), sortedLines("[config]\n" + changedAsText));
+    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}});
+    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}});
+    QCOMPARE(sortedLines(text()), sortedLines("[config]\n" + everythingChangedLines));
 }
 
 void TestSettingsStore::rememberOriginal_data()
