@@ -3,8 +3,7 @@
 #include "sampleoptions.h"
 #include "support/pretendmachine.h"
 
-#include <QDir>
-#include <QFileInfo>
+#include <QFile>
 #include <QSettings>
 
 #include <algorithm>
@@ -72,13 +71,6 @@ private Q_SLOTS:
     void originalIsReadBackFromTheFile_data();
     void originalIsReadBackFromTheFile();
     void originalIsOnDiskOnlyAfterSync();
-
-    void syncWritesTheFile();
-    void syncOfAnEmptyStore();
-    void syncKeepsWhatAnotherProgramWrote();
-    void syncMendsAMalformedFile();
-    void syncWithoutAPlaceForTheFile_data();
-    void syncWithoutAPlaceForTheFile();
 
 private:
     QByteArray text() const { return machine->read(machine->storePath()); }
@@ -227,65 +219,11 @@ void TestSettingsStore::originalIsReadBackFromTheFile()
 void TestSettingsStore::originalIsOnDiskOnlyAfterSync()
 {
     launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-novid"_s);
+    QVERIFY(!launch::isOriginalOnDisk(*store, u"9"_s));
     QVERIFY(!QFile::exists(machine->storePath()));
     QVERIFY(launch::syncStore(*store));
+    QVERIFY(launch::isOriginalOnDisk(*store, u"9"_s));
     QCOMPARE(text(), QByteArray("[original]\n9=-novid\n"));
-}
-
-void TestSettingsStore::syncWritesTheFile()
-{
-    store->setValue(u"config/9/caphz"_s, 60);
-    QVERIFY(launch::syncStore(*store));
-    QCOMPARE(text(), QByteArray("[config]\n9\\caphz=60\n"));
-    store->setValue(u"config/9/caphz"_s, 90);
-    QVERIFY(launch::syncStore(*store));
-    QCOMPARE(text(), QByteArray("[config]\n9\\caphz=90\n"));
-    QVERIFY(launch::syncStore(*store)); // nothing new
-    QCOMPARE(text(), QByteArray("[config]\n9\\caphz=90\n"));
-    QCOMPARE(QFileInfo(machine->storePath()).dir().entryList(QDir::Files | QDir::Hidden),
-             QStringList{u"Marrowpulse.conf"_s});
-}
-
-void TestSettingsStore::syncOfAnEmptyStore()
-{
-    QVERIFY(launch::syncStore(*store));
-    QVERIFY(!QFile::exists(machine->storePath()));
-}
-
-void TestSettingsStore::syncKeepsWhatAnotherProgramWrote()
-{
-    store->setValue(u"original/9"_s, u"-novid"_s);
-    machine->write(machine->storePath(), "[original]\n10=-high\n");
-    QVERIFY(launch::syncStore(*store));
-    QCOMPARE(text(), QByteArray("[original]\n10=-high\n9=-novid\n"));
-}
-
-void TestSettingsStore::syncMendsAMalformedFile()
-{
-    machine->write(machine->storePath(), QByteArray::fromHex("8f1b00ff0a5b5d5d0afe01") + '\n');
-    store->setValue(u"original/9"_s, u"-novid"_s);
-    QVERIFY(launch::syncStore(*store));
-    QCOMPARE(keptOnDisk(*machine, u"9"_s), u"-novid"_s);
-}
-
-void TestSettingsStore::syncWithoutAPlaceForTheFile_data()
-{
-    QTest::addColumn<QString>("path");
-
-    QTest::newRow("a folder in place of the file") << u"folder"_s;
-    QTest::newRow("a file in place of the folder") << u"file/store.conf"_s;
-}
-
-void TestSettingsStore::syncWithoutAPlaceForTheFile()
-{
-    QFETCH(const QString, path);
-    machine->write(u"folder/inside"_s, "kept");
-    machine->write(u"file"_s, "kept");
-    QSettings nowhere(machine->root() + u'/' + path, QSettings::IniFormat);
-    nowhere.setValue(u"original/9"_s, u"-novid"_s);
-    QVERIFY(!launch::syncStore(nowhere));
-    QCOMPARE(machine->read(u"folder/inside"_s), QByteArray("kept"));
-    QCOMPARE(machine->read(u"file"_s), QByteArray("kept"));
 }
 
 QTEST_GUILESS_MAIN(TestSettingsStore)
