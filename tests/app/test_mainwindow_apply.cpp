@@ -252,6 +252,35 @@ private Q_SLOTS:
         QCOMPARE(machine.storedValues(), expected);
     }
 
+    void aGameThatIsNotPendingIsLeftAsItIsInTheFile_data()
+    {
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("enabled and applied") << true;
+        QTest::newRow("never enabled") << false;
+    }
+    void aGameThatIsNotPendingIsLeftAsItIsInTheFile()
+    {
+        QFETCH(const bool, enabled);
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s, u"-second"_s}});
+        WindowUser user;
+        const MessageBoxAnswers boxes({QMessageBox::No, QMessageBox::No});
+        if (enabled) {
+            user.toggle(u"Alpha"_s);
+            user.click(user.applyButton);
+        }
+        // Another program changes the file, and the user does not refresh.
+        const QByteArray before =
+            changed(machine.readLocalConfig(), enabled ? defaultOptions : u"-first"_s, u"-other"_s);
+        machine.writeLocalConfig(before);
+        user.toggle(u"Beta"_s);
+        QCOMPARE(user.statusLabel->text(),
+                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        user.click(user.applyButton);
+        QCOMPARE(machine.readLocalConfig(), changed(before, u"-second"_s, defaultOptions));
+    }
+
     void anAutomaticCapIsWrittenAsTheNumberOfThatMoment()
     {
         const PlayersMachine machine;
