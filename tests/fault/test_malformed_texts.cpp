@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Texts that Steam would not have written: each is refused before anything is opened for writing,
 // or edited so that nothing but the value differs.
+#include "model/steammodel.h"
 #include "onlythevalue.h"
 #include "steam/keyvalues.h"
 #include "steam/launchoptionseditor.h"
@@ -74,6 +75,7 @@ private Q_SLOTS:
     void oneByteReplaced();
     void unbalancedBraces();
     void doubledSections();
+    void severalValues();
     void deepNesting();
     void linesShuffled();
     void cleanupTestCase();
@@ -88,7 +90,8 @@ private:
     Watch watch{folder.path()};
 };
 
-/// Edits a file with this text and looks at what happened.
+/// Edits a file with this text and looks at what happened: what the rules told a second time say,
+/// and what can be seen without them.
 void TestMalformedTexts::judge(const QByteArray &text, const QString &what)
 {
     const QString path = folder.filePath(u"localconfig.vdf"_s);
@@ -105,6 +108,10 @@ void TestMalformedTexts::judge(const QByteArray &text, const QString &what)
     const QByteArray after = file.readAll();
     file.close();
 
+    const model::Edit told =
+        model::setLaunchOptions(text.toStdString(), appid.toStdString(), options.toStdU16String());
+    QVERIFY2(done == told.done, qPrintable(what));
+    QVERIFY2(after.toStdString() == told.bytes, qPrintable(what));
     if (done) {
         ++tally.edited;
         QVERIFY2(fault::isOnlyTheValueChanged(text, after, appid.toLatin1(), options.toLatin1()),
@@ -200,6 +207,29 @@ void TestMalformedTexts::doubledSections()
                     return;
             }
         }
+    }
+}
+
+void TestMalformedTexts::severalValues()
+{
+    const QByteArrayList pieces{
+        "\"LaunchOptions\"\t\t\"-old\"\n",
+        "\"LaunchOptions\"\t\t\"-x \\\"a b\\\"\"\n", // goes on behind its second quote
+        "\"cloud\"\n{\n\"LaunchOptions\"\t\t\"-nested\"\n}\n",
+        "\"LaunchOptions\"\n",
+        "\"LastPlayed\"\t\t\"5\"\n",
+    };
+    QByteArrayList blocks = pieces; // then every row of two, three and four of them
+    for (qsizetype i = 0; blocks.size() < 5 + 25 + 125 + 625; ++i) {
+        for (const QByteArray &piece : pieces)
+            blocks.append(blocks[i] + piece);
+    }
+    for (const QByteArray &block : blocks) {
+        judge("\"apps\"\n{\n\"1002\"\n{\n" + block +
+                  "}\n\"1003\"\n{\n\"LaunchOptions\"\t\t\"-other\"\n}\n}\n",
+              QString::fromLatin1(block));
+        if (QTest::currentTestFailed())
+            return;
     }
 }
 

@@ -147,6 +147,10 @@ void TestLaunchOptionsEditorRefusals::refusal_data()
     row("second value ends at an escaped quote",
         "\"apps\" { \"620\" { \"LaunchOptions\" \"a\" \"LaunchOptions\" \"b\\\"\" } }", u"new"_s,
         verification);
+    row("the second of three values ends at an escaped quote",
+        "\"apps\" { \"620\" { \"LaunchOptions\" \"a\" \"LaunchOptions\" \"b\\\"\" "
+        "\"LaunchOptions\" \"c\" } }",
+        u"new"_s, verification);
     row("first value ends at an escaped quote",
         "\"apps\" { \"620\" { \"LaunchOptions\" \"b\\\"\" \"LaunchOptions\" \"a\" } }", u"new"_s,
         verification);
