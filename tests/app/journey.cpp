@@ -23,15 +23,6 @@ QString textOf(const std::string &text)
     return QString::fromStdString(text);
 }
 
-void clickRow(QListWidget *list, int row, bool onCheckBox)
-{
-    QListWidgetItem *item = list->item(row);
-    list->scrollToItem(item);
-    const QRect place = list->visualItemRect(item);
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
-                      onCheckBox ? QPoint(place.left() + 10, place.center().y()) : place.center());
-}
-
 } // namespace
 
 Journey::Journey(unsigned seed) : random(seed)
@@ -101,11 +92,13 @@ void Journey::clickInList(bool onCheckBox)
     const int row =
         onCheckBox && !window->shown.groupEnabled && !oneIn(3) ? window->currentRow : pick(count);
     note((onCheckBox ? u"Clicks on the check box of row %1"_s : u"Clicks on row %1"_s).arg(row));
-    clickRow(user->gameList, row, onCheckBox);
-    if (onCheckBox)
+    if (onCheckBox) {
+        user->toggleRow(row);
         window->toggle(row);
-    else
+    } else {
+        user->selectRow(row);
         window->select(row);
+    }
 }
 
 void Journey::clickCheckBox()

@@ -114,21 +114,23 @@ bool WindowUser::isTicked(const QString &name) const
     return item(name)->checkState() == Qt::Checked;
 }
 
-void WindowUser::select(const QString &name) const
+QRect WindowUser::rowInView(int row) const
 {
-    QListWidgetItem *wanted = item(name);
+    QListWidgetItem *wanted = gameList->item(row);
     gameList->scrollToItem(wanted);
-    QTest::mouseClick(gameList->viewport(), Qt::LeftButton, {},
-                      gameList->visualItemRect(wanted).center());
+    return gameList->visualItemRect(wanted);
 }
 
-void WindowUser::toggle(const QString &name) const
+void WindowUser::selectRow(int row) const
 {
-    QListWidgetItem *wanted = item(name);
-    gameList->scrollToItem(wanted);
-    const QRect row = gameList->visualItemRect(wanted);
+    QTest::mouseClick(gameList->viewport(), Qt::LeftButton, {}, rowInView(row).center());
+}
+
+void WindowUser::toggleRow(int row) const
+{
+    const QRect place = rowInView(row);
     QTest::mouseClick(gameList->viewport(), Qt::LeftButton, {},
-                      QPoint(row.left() + 10, row.center().y()));
+                      QPoint(place.left() + 10, place.center().y()));
 }
 
 void WindowUser::click(QAbstractButton *button)

@@ -57,9 +57,11 @@ public:
     bool isTicked(const QString &name) const;
 
     /// Clicks on the game's name.
-    void select(const QString &name) const;
+    void select(const QString &name) const { selectRow(gameList->row(item(name))); }
+    void selectRow(int row) const;
     /// Clicks on the check box of the game's row.
-    void toggle(const QString &name) const;
+    void toggle(const QString &name) const { toggleRow(gameList->row(item(name))); }
+    void toggleRow(int row) const;
     /// Clicks a button, or a check box on its mark.
     static void click(QAbstractButton *button);
     /// Opens the popup and clicks on the row.
@@ -87,6 +89,8 @@ public:
     QLabel *const statusLabel;
 
 private:
+    /// Where the row stands in the list once it is in view.
+    QRect rowInView(int row) const;
     template <typename Widget>
     Widget *find(const char *name) const
     {
