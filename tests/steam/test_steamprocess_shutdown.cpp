@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: MIT
+// Asking the client to shut down and waiting for it.
+#include "steam/steamprocess.h"
+
+#include "support/pretendmachine.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+using support::PretendMachine;
+
+class TestSteamProcessShutdown : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutAClient();
+    void ofAClient();
+    void ofAStubbornClient_data();
+    void ofAStubbornClient();
+    void withoutBudget_data();
+    void withoutBudget();
+    void withoutTick();
+    void ofAClientThatGoesMeanwhile_data();
+    void ofAClientThatGoesMeanwhile();
+    void withoutTheCommand();
+    void withACommandThatFails();
+    void doesNotWaitForTheCommand();
+};
+
+void TestSteamProcessShutdown::withoutAClient()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    machine.addSteamCommand();
+    int ticks = 0;
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(steam::shutdownSteam(90, [&ticks] { ++ticks; }));
+    QVERIFY(timer.elapsed() < 450); // less than one sleep
+    QCOMPARE(ticks, 0);
+    QTRY_COMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+}
+
+void TestSteamProcessShutdown::ofAClient()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    machine.writeLocalConfig("\"UserLocalConfigStore\"\n{\n}\n");
+    machine.startSteamClient();
+    QVERIFY(steam::isSteamRunning());
+    QVERIFY(steam::shutdownSteam(30, {}));
+    QVERIFY(!steam::isSteamRunning());
+    QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+    // It was asked to exit and so has written its file.
+    QCOMPARE(machine.readLocalConfig(),
+             QByteArray("\"UserLocalConfigStore\"\n{\n\t\"ExitCount\"\t\t\"1\"\n}\n"));
+}
+
+void TestSteamProcessShutdown::ofAStubbornClient_data()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<int>("ticks");
+    QTest::newRow("1 second") << 1 << 2;
+    QTest::newRow("2 seconds") << 2 << 4;
+}
+
+void TestSteamProcessShutdown::ofAStubbornClient()
+{
+    QFETCH(int, seconds);
+    PretendMachine machine;
+    machine.installSteam();
+    machine.writeLocalConfig("\"UserLocalConfigStore\"\n{\n}\n");
+    machine.startStubbornSteamClient();
+    int ticks = 0;
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(!steam::shutdownSteam(seconds, [&ticks] { ++ticks; }));
+    QVERIFY(timer.elapsed() >= 1000 * seconds);
+    QVERIFY(timer.elapsed() < 1000 * seconds + 900);
+    QTEST(ticks, "ticks");
+    QVERIFY(steam::isSteamRunning());
+    QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+    QCOMPARE(machine.readLocalConfig(), QByteArray("\"UserLocalConfigStore\"\n{\n}\n"));
+}
+
+void TestSteamProcessShutdown::withoutBudget_data()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<bool>("clientRuns");
+    QTest::newRow("0 seconds, client running") << 0 << true;
+    QTest::newRow("0 seconds, no client") << 0 << false;
+    QTest::newRow("-1 seconds, client running") << -1 << true;
+    QTest::newRow("-1 seconds, no client") << -1 << false;
+}
+
+void TestSteamProcessShutdown::withoutBudget()
+{
+    QFETCH(int, seconds);
+    QFETCH(bool, clientRuns);
+    PretendMachine machine;
+    machine.installSteam();
+    machine.addSteamCommand();
+    if (clientRuns)
+        machine.startStubbornSteamClient();
+    int ticks = 0;
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(steam::shutdownSteam(seconds, [&ticks] { ++ticks; }), !clientRuns);
+    QVERIFY(timer.elapsed() < 450);
+    QCOMPARE(ticks, 0);
+    QTRY_COMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+}
+
+void TestSteamProcessShutdown::withoutTick()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    machine.startStubbornSteamClient();
+    QVERIFY(!steam::shutdownSteam(1, {}));
+    QVERIFY(steam::isSteamRunning());
+}
+
+void TestSteamProcessShutdown::ofAClientThatGoesMeanwhile_data()
+{
+    QTest::addColumn<int>("goesAtTick");
+    QTest::newRow("seen by the next look") << 1;
+    QTest::newRow("seen by the last look, after the last wait") << 2;
+}
+
+void TestSteamProcessShutdown::ofAClientThatGoesMeanwhile()
+{
+    QFETCH(int, goesAtTick);
+    PretendMachine machine;
+    machine.installSteam();
+    machine.startStubbornSteamClient();
+    int ticks = 0;
+    const bool gone = steam::shutdownSteam(1, [&] {
+        if (++ticks == goesAtTick) {
+            machine.killSteamClient();
+            QTRY_VERIFY(!steam::isSteamRunning());
+        }
+    });
+    QVERIFY(gone);
+    QCOMPARE(ticks, goesAtTick);
+}
+
+void TestSteamProcessShutdown::withoutTheCommand()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    machine.startStubbornSteamClient();
+    QVERIFY(QFile::remove(machine.root() + "/bin/steam"_L1));
+    int ticks = 0;
+    QVERIFY(!steam::shutdownSteam(1, [&ticks] { ++ticks; }));
+    QCOMPARE(ticks, 2);
+    machine.killSteamClient();
+    QVERIFY(steam::shutdownSteam(1, {}));
+}
+
+void TestSteamProcessShutdown::withACommandThatFails()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    machine.startStubbornSteamClient();
+    machine.addCommand(u"steam"_s, "#!/bin/sh\nexit 1\n");
+    int ticks = 0;
+    QVERIFY(!steam::shutdownSteam(1, [&ticks] { ++ticks; }));
+    QCOMPARE(ticks, 2);
+}
+
+void TestSteamProcessShutdown::doesNotWaitForTheCommand()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    machine.addCommand(u"steam"_s, "#!/bin/sh\necho $$ > \"$HOME/command\"\nexec sleep 20\n");
+    QVERIFY(steam::shutdownSteam(1, {}));
+    QTRY_VERIFY(machine.read(u"home/command"_s).endsWith('\n'));
+    const pid_t command = machine.read(u"home/command"_s).trimmed().toInt();
+    QCOMPARE(::kill(command, SIGKILL), 0); // it runs still
+}
+
+QTEST_GUILESS_MAIN(TestSteamProcessShutdown)
+#include "test_steamprocess_shutdown.moc"
