@@ -3,13 +3,15 @@
 // or not (it ends with 1), and on its output the message or the path that came with the claim. What
 // really is on the disk is for the caller to see.
 //
-//   fault-driver edit FILE APPID OPTIONS           setLaunchOptions() with a backup
-//   fault-driver edit-only FILE APPID OPTIONS      ... without
-//   fault-driver backup FILE                       writeBackup()
-//   fault-driver plain FILE APPID OPTIONS          the same edit with a plain QSaveFile: the
-//   control fault-driver remember FILE TEXT APPID...       keeps TEXT for each game in the store
-//   FILE fault-driver set-twice FILE A B APPID     keeps A's length, then B at once in its
-//   place fault-driver start-steam                       startSteam() while a file is open
+//   fault-driver edit FILE APPID OPTIONS      setLaunchOptions() with a backup
+//   fault-driver edit-only FILE APPID OPTIONS ... without
+//   fault-driver backup FILE                  writeBackup()
+//   fault-driver plain FILE APPID OPTIONS     the same edit with a plain QSaveFile: the control
+//   fault-driver remember FILE TEXT APPID...  keeps TEXT for each game in the store FILE
+//   fault-driver set-twice FILE KEY A B       sets the store's KEY to A, then at once to B
+//   fault-driver start-steam FILE             startSteam() while FILE is open
+//   fault-driver shutdown SECONDS             shutdownSteam()
+//   fault-driver wait                         waits until it is killed
 #include "launch/settingsstore.h"
 #include "steam/keyvalues.h"
 #include "steam/launchoptionseditor.h"
