@@ -20,14 +20,13 @@ namespace
 {
 
 /// A small gray text that describes the control it stands under, to assistive tools too.
-QLabel *addHelpLabel(QVBoxLayout *layout, const QString &text, QWidget *described)
+void addHelpLabel(QVBoxLayout *layout, const QString &text, QWidget *described)
 {
     auto *label = new QLabel(text);
     label->setWordWrap(true);
     label->setStyleSheet(u"color: gray; font-size: 8pt;"_s);
     layout->addWidget(label);
     described->setAccessibleDescription(text);
-    return label;
 }
 
 } // namespace
