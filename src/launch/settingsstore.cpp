@@ -72,8 +72,20 @@ QMap<QString, QString> ownContentOf(QSettings &store)
     return content;
 }
 
-/// Whether `now` has everything that `wanted` has, and every key of this program's that `before`
-/// has. Launch options that are kept for a game are kept unchanged.
+bool isOriginal(const QString &key)
+{
+    return key.startsWith("original/"_L1);
+}
+
+/// Whether the key is one of this program's.
+bool isOwn(const QString &key)
+{
+    return isOriginal(key) || key.startsWith("config/"_L1);
+}
+
+/// Whether `now` has every key of this program's that `wanted` has, with its value, and every one
+/// that `before` has. Launch options that are kept for a game are kept unchanged. Other keys do not
+/// count: a malformed one has another name once QSettings has written it.
 bool holdsAll(const QMap<QString, QString> &now, const QMap<QString, QString> &wanted,
               const QMap<QString, QString> &before)
 {
@@ -81,11 +93,9 @@ bool holdsAll(const QMap<QString, QString> &now, const QMap<QString, QString> &w
         return now.contains(key) && now[key] == content[key];
     };
     return std::all_of(wanted.keyBegin(), wanted.keyEnd(),
-                       [&](const QString &key) { return isHeld(wanted, key); }) &&
+                       [&](const QString &key) { return !isOwn(key) || isHeld(wanted, key); }) &&
            std::all_of(before.keyBegin(), before.keyEnd(), [&](const QString &key) {
-               if (key.startsWith("original/"_L1))
-                   return isHeld(before, key);
-               return !key.startsWith("config/"_L1) || now.contains(key);
+               return isOriginal(key) ? isHeld(before, key) : !isOwn(key) || now.contains(key);
            });
 }
 
@@ -100,10 +110,11 @@ QByteArray fileOf(const QSettings &store)
     return QFile::encodeName(QFileInfo(store.fileName()).canonicalFilePath());
 }
 
-/// The second name that the old file keeps while a new one takes its place.
+/// The second name that the old file keeps while a new one takes its place: one that nobody would
+/// give to a copy of his own.
 QByteArray spareOf(const QByteArray &file)
 {
-    return file + ".old";
+    return file + ".marrow-spare";
 }
 
 } // namespace

@@ -75,7 +75,8 @@ private Q_SLOTS:
     {
         const PlayersMachine machine;
         machine.write(machine.storePath(), ""); // killed while the store was written
-        machine.write(machine.storePath() + ".old"_L1, "[original]\n100=gamemoderun %command%\n");
+        machine.write(machine.storePath() + ".marrow-spare"_L1,
+                      "[original]\n100=gamemoderun %command%\n");
         machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
         user.toggle(u"Alpha"_s);

@@ -51,7 +51,7 @@ void TestSettingsStoreRecovery::theFileAfterAKill()
     QFETCH(const std::optional<QByteArray>, left);
     QFETCH(const QByteArray, expected);
     const PretendMachine machine;
-    machine.write(machine.storePath() + ".old"_L1, oldFile);
+    machine.write(machine.storePath() + ".marrow-spare"_L1, oldFile);
     if (left)
         machine.write(machine.storePath(), *left);
 

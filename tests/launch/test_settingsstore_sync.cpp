@@ -83,8 +83,9 @@ private Q_SLOTS:
     void aStoreThatDoesNotExistYet()
     {
         QFETCH(const bool, hasValue);
-        // The spare name that an existing store gets while it is written is ".old" behind its own.
-        const ScratchFile here("somebody's", u".old"_s);
+        // The spare name that an existing store gets while it is written is ".marrow-spare" behind
+        // its own.
+        const ScratchFile here("somebody's", u".marrow-spare"_s);
         const CurrentFolder current(here.folder());
         const QString folder = here.beside(u"settings"_s);
         QSettings store(folder + u'/' + storeName, QSettings::IniFormat);
@@ -94,14 +95,14 @@ private Q_SLOTS:
         QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
                  hasValue ? QStringList{storeName} : QStringList());
         QCOMPARE(here.read(), QByteArray("somebody's"));
-        QCOMPARE(here.listing(),
-                 hasValue ? (QStringList{u".old"_s, u"settings"_s}) : QStringList{u".old"_s});
+        QCOMPARE(here.listing(), hasValue ? (QStringList{u".marrow-spare"_s, u"settings"_s})
+                                          : QStringList{u".marrow-spare"_s});
     }
 
     void whatAKilledRunLeftIsCleared()
     {
         const ScratchFile file(oneOriginal, storeName);
-        ScratchFile::writeTo(file.beside(u"store.conf.old"_s), oneOriginal);
+        ScratchFile::writeTo(file.beside(u"store.conf.marrow-spare"_s), oneOriginal);
         QSettings store(file.path(), QSettings::IniFormat);
         store.setValue(u"original/9"_s, u"-novid"_s);
         QVERIFY(launch::syncStore(store));
@@ -132,13 +133,23 @@ private Q_SLOTS:
         QCOMPARE(launch::originalLaunchOptions(store, u"9"_s), u"-theirs"_s);
     }
 
+    void aMalformedFileIsMended_data()
+    {
+        QTest::addColumn<QByteArray>("malformed");
+        QTest::newRow("random bytes") << QByteArray::fromHex("8f1b00ff0a5b5d5d0afe010a");
+        // These have other names once they are written again.
+        QTest::newRow("section without a name") << QByteArray("[]\nx=1\n");
+        QTest::newRow("section that begins with a slash") << QByteArray("[/a]\nx=1\n");
+        QTest::newRow("key that begins with a backslash") << QByteArray("\\a=1\n");
+    }
     void aMalformedFileIsMended()
     {
-        const ScratchFile file(QByteArray::fromHex("8f1b00ff0a5b5d5d0afe010a"), storeName);
+        QFETCH(const QByteArray, malformed);
+        const ScratchFile file(malformed, storeName);
         QSettings store(file.path(), QSettings::IniFormat);
         store.setValue(u"original/9"_s, u"-novid"_s);
         QVERIFY(launch::syncStore(store));
-        QCOMPARE(file.read(), QByteArray("[original]\n9=-novid\n"));
+        QVERIFY(file.read().endsWith("[original]\n9=-novid\n"));
     }
 
     void aKeyThatIsTakenOut_data()
