@@ -3,6 +3,8 @@
 
 #include <QAbstractItemView>
 #include <QAccessible>
+#include <QImage>
+#include <QPixmap>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -46,6 +48,24 @@ void compareWithShortTexts(const WindowUser &user, QSize shortMinimum)
              qPrintable(u"%1 : %2"_s.arg(sizes[0]).arg(sizes[1])));
 }
 
+/// The right end of what is drawn in the widget's first rows, all of one colour otherwise.
+qreal lastInkedColumn(QWidget *widget, int rows)
+{
+    const QPixmap picture = widget->grab(QRect(0, 0, widget->width(), rows));
+    const QImage image = picture.toImage();
+    const auto isInked = [&image](int column) {
+        for (int y = 0; y < image.height(); ++y) {
+            if (image.pixel(column, y) != image.pixel(image.width() - 1, 0))
+                return true;
+        }
+        return false;
+    };
+    int column = image.width() - 1;
+    while (column >= 0 && !isInked(column))
+        --column;
+    return column / picture.devicePixelRatio();
+}
+
 } // namespace
 
 class TestMainWindowLongTexts : public QObject
@@ -65,6 +85,27 @@ private Q_SLOTS:
         user.toggle(name);
         compareWithShortTexts(user, minimum);
         QCOMPARE(user.settingsGroup->title(), "Game settings: "_L1 + name);
+    }
+
+    void theGroupsTitleIsShownAsFarAsItFits_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("short") << u"Alpha"_s;
+        QTest::newRow("long") << unbroken;
+    }
+    void theGroupsTitleIsShownAsFarAsItFits()
+    {
+        QFETCH(const QString, name);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, name, defaultOptions}});
+        const WindowUser user;
+        const QFontMetrics font = user.settingsGroup->fontMetrics();
+        const qreal shown = lastInkedColumn(user.settingsGroup, font.height());
+        const int whole = font.horizontalAdvance(user.settingsGroup->title());
+        const int room = user.settingsGroup->width() - font.averageCharWidth();
+        // A title that is cut off, not elided, reaches the last column.
+        QVERIFY2(shown >= qMin(whole, room) - 2 * font.maxWidth() && shown <= room,
+                 QByteArray::number(shown));
     }
 
     void longGpuNamesLeaveTheWindowAsItIs_data() { addNameRows(); }

@@ -30,8 +30,15 @@ class Windows(ProgramTestCase):
         self.assertIn(entry["Desktop Entry"]["StartupWMClass"], names)
 
     def test_window_has_an_icon(self):
+        # Of its own: a window manager puts one picture of its own where there is none.
         icon = self.desktop.output("xprop", "-id", self.window(), "-notype", "32c", "_NET_WM_ICON")
-        self.assertRegex(icon, r"_NET_WM_ICON.*=\s*\d+, \d+")
+        values = [int(value) for value in icon.split("=")[1].split(",")]
+        sizes = []
+        while values:
+            width, height = values[:2]
+            sizes.append((width, height))
+            values = values[2 + width * height:]
+        self.assertEqual(sorted(sizes), [(size, size) for size in (16, 24, 32, 48, 64, 128)])
 
     def test_closing_the_window_ends_the_program(self):
         self.desktop.output("xdotool", "windowfocus", "--sync", self.window())
