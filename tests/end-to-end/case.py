@@ -70,7 +70,8 @@ class ProgramTestCase(unittest.TestCase):
         """What is to be changed on the machine before the program starts."""
 
     def start_program(self):
-        self.program = self.desktop.start(BUILD / "marrowpulse", self.machine.root)
+        self.program = self.desktop.start(BUILD / "marrowpulse", self.machine.root, stderr=None)
+        self.addCleanup(lambda: self.assertIn(self.program.poll(), (None, 0), "the program died"))
         self.app = Application(self.desktop)
         self.app.wait("list item", "Amber Tides")
 

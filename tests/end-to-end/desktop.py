@@ -105,9 +105,9 @@ class Desktop:
             process.wait()
         self.folder.cleanup()
 
-    def _start(self, command, **options):
+    def _start(self, command, stderr=subprocess.DEVNULL, **options):
         process = subprocess.Popen(command, env=self.environment, stdin=subprocess.DEVNULL,
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
+                                   stdout=subprocess.DEVNULL, stderr=stderr, **options)
         self.processes.append(process)
         return process
 
@@ -115,11 +115,11 @@ class Desktop:
         return subprocess.run(command, env=self.environment, capture_output=True, text=True,
                               check=False).stdout
 
-    def start(self, program, machine, through=(), **environment):
+    def start(self, program, machine, through=(), stderr=subprocess.DEVNULL, **environment):
         """Starts the program on the pretend machine in the folder `machine`, with the command
         `through` in front of it."""
         self.environment.update(environment)
-        return self._start([str(ON_MACHINE), str(machine), *through, str(program)])
+        return self._start([str(ON_MACHINE), str(machine), *through, str(program)], stderr=stderr)
 
     def output(self, *command):
         """What a command prints on this desktop."""

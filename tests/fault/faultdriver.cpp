@@ -54,6 +54,8 @@ int plainSave(const QStringList &arguments)
     file.close();
     const steam::BraceSpan block =
         steam::findAppBlock(text, steam::findAppsSection(text), arguments[3]);
+    if (!block.isValid())
+        return claim(false, u"cannot find"_s);
     const steam::BraceSpan value = steam::findLaunchOptionsValue(text, block.open, block.close);
     text.replace(value.open + 1, value.close - value.open - 1, arguments[4]);
     QSaveFile save(arguments[2]);

@@ -83,9 +83,10 @@ def read(path):
         return file.read()
 
 
-def environment(**more):
-    # Leaks cannot be looked for in a traced process.
-    return {**os.environ, "ASAN_OPTIONS": "detect_leaks=0", "LC_ALL": "C.UTF-8",
+def environment(asan_option="", **more):
+    """`asan_option`: one more for a build with the address sanitizer."""
+    options = os.environ.get("ASAN_OPTIONS", "") + ":" + asan_option
+    return {**os.environ, "ASAN_OPTIONS": options, "LC_ALL": "C.UTF-8",
             "QT_QPA_PLATFORM": "offscreen", **more}
 
 
@@ -100,9 +101,9 @@ class Answer:
         self.text = process.stdout.strip()
 
 
-def run(arguments, **variables):
+def run(arguments, asan_option="", **variables):
     return subprocess.run(arguments, capture_output=True, text=True, cwd="/", check=False,
-                          env=environment(**variables))
+                          env=environment(asan_option, **variables))
 
 
 def ask(*arguments, prefix=()):
@@ -128,7 +129,9 @@ def traced(folder, arguments, strace=()):
     it. With `-y` every descriptor is written with the file that it stands for."""
     log = tempfile.NamedTemporaryFile(prefix="marrowpulse-trace.")
     with log:
-        process = run(["strace", "-y", "-s", "0", "-o", log.name, *strace, DRIVER, *arguments])
+        # Leaks cannot be looked for in a traced process.
+        process = run(["strace", "-y", "-s", "0", "-o", log.name, *strace, DRIVER, *arguments],
+                      "detect_leaks=0")
         lines = read(log.name).decode(errors="replace").splitlines()
     seen = {}
     calls = []
