@@ -89,6 +89,27 @@ private Q_SLOTS:
         QVERIFY(user.applyButton->isEnabled());
     }
 
+    void ownOptionsThatCannotBeKeptAreNotReplaced()
+    {
+        // Ids of their own: what was not written stays queued for this process's next store.
+        const PlayersMachine machine;
+        machine.installGames({{u"901"_s, u"Alpha"_s, u"-mine"_s}, {u"902"_s, u"Beta"_s, {}}});
+        QVERIFY(QDir().mkpath(machine.storePath())); // a folder stands in the store's place
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        user.toggle(u"Beta"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+        user.click(user.applyButton);
+        QCOMPARE(boxes.shown(),
+                 (QStringList{
+                     warningBox("Some changes failed:\n901: could not write backup for "_L1 +
+                                machine.steamRoot() + "/userdata/70001/config/localconfig.vdf"_L1),
+                     questionBox(restartQuestion)}));
+        QVERIFY(machine.readLocalConfig().contains("\"-mine\""));
+        QVERIFY(machine.readLocalConfig().contains(defaultOptions.toUtf8())); // Beta's
+        QCOMPARE(user.statusLabel->text(), onePending);
+    }
+
     void twoFailuresAreTwoLinesInStagingOrder()
     {
         const PlayersMachine machine;

@@ -51,6 +51,16 @@ private Q_SLOTS:
         QTEST(box.currentText(), "shown");
     }
 
+    void enterAddsNothingToTheList()
+    {
+        ResolutionBox box;
+        const int sizes = box.count();
+        box.setEditText(u"2000x1000"_s);
+        QTest::keyClick(&box, Qt::Key_Return);
+        QCOMPARE(box.count(), sizes);
+        QCOMPARE(box.currentText(), u"2000x1000"_s);
+    }
+
     void wheelStepsOnceANotch_data()
     {
         QTest::addColumn<QList<int>>("parts");
