@@ -10,12 +10,19 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+template <typename Box>
+QImage pictureOf(const QString &text, bool isEditable = false)
+{
+    Box box;
+    box.setEditable(isEditable);
+    box.addItem(text);
+    box.resize(160, ChoiceBox().sizeHint().height());
+    return box.grab().toImage();
+}
+
 QImage pictureOf(const QString &text)
 {
-    ChoiceBox box;
-    box.addItem(text);
-    box.resize(160, box.sizeHint().height());
-    return box.grab().toImage();
+    return pictureOf<ChoiceBox>(text);
 }
 
 } // namespace
@@ -40,6 +47,12 @@ private Q_SLOTS:
     {
         QVERIFY(pictureOf(u"short"_s) != pictureOf(u"shor"_s));
         QVERIFY(pictureOf(u"short"_s) != pictureOf(u"shor\u2026"_s));
+    }
+
+    void aTextThatFitsLooksAsInAnyOtherBox()
+    {
+        QCOMPARE(pictureOf(u"short"_s), pictureOf<QComboBox>(u"short"_s));
+        QCOMPARE(pictureOf<ChoiceBox>(u"short"_s, true), pictureOf<QComboBox>(u"short"_s, true));
     }
 
     void popupIsAsWideAsItsWidestItem()
