@@ -125,8 +125,8 @@ CALL = re.compile(r"^(\w+)\(")
 
 
 def traced(folder, arguments, strace=()):
-    """Runs the driver under strace; its process, and the calls that touch `folder` or the files in
-    it. With `-y` every descriptor is written with the file that it stands for."""
+    """Runs the driver under strace; its process, and the calls that touch `folder`, the files in it
+    or files in memory. With `-y` every descriptor is written with the file that it stands for."""
     log = tempfile.NamedTemporaryFile(prefix="marrowpulse-trace.")
     with log:
         # Leaks cannot be looked for in a traced process.
@@ -141,7 +141,7 @@ def traced(folder, arguments, strace=()):
             continue
         name = match.group(1)
         seen[name] = seen.get(name, 0) + 1
-        if name != "execve" and folder in line:
+        if name != "execve" and any(part in line for part in (folder, "memfd", "(INJECTED)")):
             calls.append(Call(name, seen[name], line))
     for call in {call.name: call for call in calls}.values():
         call.is_last = True
