@@ -59,7 +59,10 @@ std::optional<QMap<QString, QString>> contentOf(const QByteArray &bytes)
     if (file.write(bytes) != bytes.size() || ::futimens(descriptor, times) != 0)
         return std::nullopt;
     const QString name = "/proc/self/fd/"_L1 + QString::number(descriptor);
-    return contentOf(QSettings(name, QSettings::IniFormat));
+    const QSettings store(name, QSettings::IniFormat);
+    if (store.status() == QSettings::AccessError)
+        return std::nullopt;
+    return contentOf(store);
 }
 
 /// What the store itself holds, without the defaults that a system may set for all its users.
@@ -176,10 +179,11 @@ void recoverStore(QSettings &store)
     const QByteArray file = exists(path) ? fileOf(store) : QFile::encodeName(path);
     const QByteArray spare = spareOf(file);
     const std::optional<QByteArray> kept = base::readWholeFile(QFile::decodeName(spare));
-    if (!kept)
+    const std::optional<QByteArray> left = base::readWholeFile(path);
+    if (!kept || (!left && exists(path)))
         return;
     const auto contentKept = contentOf(*kept);
-    const auto content = contentOf(base::readWholeFile(path).value_or(QByteArray()));
+    const auto content = contentOf(left.value_or(QByteArray()));
     if (!contentKept || !content)
         return;
     if (holdsAll(*content, {}, *contentKept)) {

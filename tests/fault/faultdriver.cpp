@@ -8,6 +8,7 @@
 //   fault-driver backup FILE                  writeBackup()
 //   fault-driver plain FILE APPID OPTIONS     the same edit with a plain QSaveFile: the control
 //   fault-driver remember FILE TEXT APPID...  keeps TEXT for each game in the store FILE
+//   fault-driver recover FILE APPID           recoverStore(); whether the game's own are there
 //   fault-driver set-twice FILE KEY A B       sets the store's KEY to A, then at once to B
 //   fault-driver start-steam FILE             startSteam() while FILE is open
 //   fault-driver shutdown SECONDS             shutdownSteam()
@@ -73,6 +74,13 @@ int remember(const QStringList &arguments)
     return claim(launch::syncStore(store));
 }
 
+int recover(const QStringList &arguments)
+{
+    QSettings store(arguments[2], QSettings::IniFormat);
+    launch::recoverStore(store);
+    return claim(!launch::originalLaunchOptions(store, arguments[3]).isEmpty());
+}
+
 int setTwice(const QStringList &arguments)
 {
     QSettings store(arguments[2], QSettings::IniFormat);
@@ -110,6 +118,8 @@ int main(int argc, char **argv)
         return plainSave(arguments);
     if (task == "remember"_L1)
         return remember(arguments);
+    if (task == "recover"_L1)
+        return recover(arguments);
     if (task == "set-twice"_L1)
         return setTwice(arguments);
     if (task == "start-steam"_L1)

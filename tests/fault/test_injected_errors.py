@@ -239,6 +239,41 @@ class Store(Sweep):
         self.sweep(share(faulty, 15), self.setup, self.task, self.judge)
 
 
+class RecoveredStore(Sweep):
+    """A run was killed while it wrote the store: the old file stands under its second name."""
+
+    @staticmethod
+    def setup_beside(left):
+        def setup():
+            folder = faults.Folder()
+            faults.write(os.path.join(folder.path, "Marrowpulse.conf"), left)
+            faults.write(os.path.join(folder.path, "Marrowpulse.conf.marrow-spare"), OLD_STORE)
+            return folder
+        return setup
+
+    @staticmethod
+    def task(folder):
+        return ["recover", os.path.join(folder.path, "Marrowpulse.conf"), APPID]
+
+    def sweep_beside(self, left, whole):
+        """`whole`: what one of the files has to hold afterwards."""
+        def judge(fault, answer, folder):
+            held = [faults.read(os.path.join(folder.path, name)) for name in folder.names()]
+            return [] if whole in held else [f"lost, what is held is {held}"]
+
+        setup = self.setup_beside(left)
+        calls = [call for call in clean_trace(setup, self.task)
+                 if call.name != "read" or "memfd" not in call.line]  # memory can be read
+        self.sweep(each_error(calls, 1), setup, self.task, judge)
+
+    def test_beside_a_piece_of_the_new_file_every_call_fails(self):
+        self.sweep_beside(OLD_STORE[:30], OLD_STORE)
+
+    def test_beside_the_new_file_every_call_fails(self):
+        new = OLD_STORE + b"900=-new\n"
+        self.sweep_beside(new, new)
+
+
 class PlainSave(unittest.TestCase):
     """The control: the same faults do find the false success of an ordinary save."""
 
