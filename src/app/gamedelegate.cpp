@@ -3,13 +3,9 @@
 
 #include <QListWidget>
 
-#include <algorithm>
-
 QSize GameDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    constexpr int margin = 2; // above and below the picture
     QSize size = QStyledItemDelegate::sizeHint(option, index);
-    size.setHeight(std::max(size.height(), option.decorationSize.height() + 2 * margin));
     size.setWidth(0); // as wide as the list: a long name is elided, not scrolled
     return size;
 }
