@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/gamedelegate.h"
 
-#include <QListWidget>
-
 QSize GameDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
     QSize size = QStyledItemDelegate::sizeHint(option, index);

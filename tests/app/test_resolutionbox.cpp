@@ -51,6 +51,16 @@ private Q_SLOTS:
         QTEST(box.currentText(), "shown");
     }
 
+    void theListOpensAtTheShownSize()
+    {
+        ResolutionBox box;
+        box.showResolution(1600, 900);
+        QCOMPARE(box.itemText(box.currentIndex()), u"1600x900"_s);
+        box.showResolution(2000, 1000);
+        QCOMPARE(box.currentIndex(), -1);
+        QCOMPARE(box.currentText(), u"2000x1000"_s);
+    }
+
     void enterAddsNothingToTheList()
     {
         ResolutionBox box;
