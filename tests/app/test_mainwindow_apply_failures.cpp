@@ -2,6 +2,7 @@
 #include "modaldialogs.h"
 #include "windowuser.h"
 
+#include "support/filesizelimit.h"
 #include "support/samplesteam.h"
 
 #include <QDir>
@@ -107,6 +108,34 @@ private Q_SLOTS:
                      questionBox(restartQuestion)}));
         QVERIFY(machine.readLocalConfig().contains("\"-mine\""));
         QVERIFY(machine.readLocalConfig().contains(defaultOptions.toUtf8())); // Beta's
+        QCOMPARE(user.statusLabel->text(), onePending);
+    }
+
+    void ownOptionsThatWereKeptBeforeAreReplacedAllTheSame()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"903"_s, u"Alpha"_s, u"-kept"_s}, {u"904"_s, u"Beta"_s, u"-mine"_s}});
+        machine.write(machine.storePath(),
+                      "[original]\n903=-kept\n905=" + QByteArray(9000, 'x') + '\n');
+        WindowUser user;
+        const QByteArray store = machine.read(machine.storePath());
+        user.toggle(u"Alpha"_s);
+        user.toggle(u"Beta"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+        {
+            // For Steam's file and for the store as it is, and not for a longer one.
+            const support::FileSizeLimit room(static_cast<rlim_t>(store.size()));
+            user.click(user.applyButton);
+        }
+        QCOMPARE(boxes.shown(),
+                 (QStringList{
+                     warningBox("Some changes failed:\n904: could not write backup for "_L1 +
+                                machine.steamRoot() + "/userdata/70001/config/localconfig.vdf"_L1),
+                     questionBox(restartQuestion)}));
+        QVERIFY(!machine.readLocalConfig().contains("\"-kept\""));
+        QVERIFY(machine.readLocalConfig().contains("\"-mine\""));
+        QCOMPARE(machine.read(machine.storePath()), store);
         QCOMPARE(user.statusLabel->text(), onePending);
     }
 

@@ -10,27 +10,18 @@ import unittest
 from case import BUILD, CLOSE_STEAM, RESTART_STEAM, ProgramTestCase
 from desktop import Application, Atspi, wait_for
 
-DESKTOP_ENTRY = (pathlib.Path(__file__).resolve().parent.parent.parent
-                 / "packaging/org.marrowpulse.Marrowpulse.desktop")
+PACKAGING = pathlib.Path(__file__).resolve().parent.parent.parent / "packaging"
 
 # A file's mode does not bind root, unless it goes without these two.
 WITHOUT_ROOTS_WAY = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"]
 
 
-class Windows(ProgramTestCase):
+class WindowTestCase(ProgramTestCase):
     def window(self):
         return self.desktop.output("xdotool", "search", "--onlyvisible", "--name",
                                    "^Marrowpulse$").split()[0]
 
-    def test_window_belongs_to_the_desktop_entry(self):
-        entry = configparser.ConfigParser(interpolation=None)
-        entry.read(DESKTOP_ENTRY)
-        wm_class = self.desktop.output("xprop", "-id", self.window(), "WM_CLASS")
-        names = [name.strip('" \n') for name in wm_class.split("=")[1].split(",")]
-        self.assertIn(entry["Desktop Entry"]["StartupWMClass"], names)
-
-    def test_window_has_an_icon(self):
-        # Of its own: a window manager puts one picture of its own where there is none.
+    def icon_sizes(self):
         icon = self.desktop.output("xprop", "-id", self.window(), "-notype", "32c", "_NET_WM_ICON")
         values = [int(value) for value in icon.split("=")[1].split(",")]
         sizes = []
@@ -38,7 +29,20 @@ class Windows(ProgramTestCase):
             width, height = values[:2]
             sizes.append((width, height))
             values = values[2 + width * height:]
-        self.assertEqual(sorted(sizes), [(size, size) for size in (16, 24, 32, 48, 64, 128)])
+        return sorted(sizes)
+
+
+class Windows(WindowTestCase):
+    def test_window_belongs_to_the_desktop_entry(self):
+        entry = configparser.ConfigParser(interpolation=None)
+        entry.read(PACKAGING / "org.marrowpulse.Marrowpulse.desktop")
+        wm_class = self.desktop.output("xprop", "-id", self.window(), "WM_CLASS")
+        names = [name.strip('" \n') for name in wm_class.split("=")[1].split(",")]
+        self.assertIn(entry["Desktop Entry"]["StartupWMClass"], names)
+
+    def test_window_has_an_icon(self):
+        # Of its own: a window manager puts one picture of its own where there is none.
+        self.assertEqual(self.icon_sizes(), [(size, size) for size in (16, 24, 32, 48, 64, 128)])
 
     def test_closing_the_window_ends_the_program(self):
         self.desktop.output("xdotool", "windowfocus", "--sync", self.window())
@@ -66,7 +70,20 @@ class Windows(ProgramTestCase):
         self.status_is("No pending changes.")
 
 
-class StartedTwice(ProgramTestCase):
+class InstalledIcon(WindowTestCase):
+    def prepare(self):
+        theme = self.machine.root / "home/.local/share/icons/hicolor"
+        (theme / "48x48/apps").mkdir(parents=True)
+        (theme / "index.theme").write_text("[Icon Theme]\nName=hicolor\nDirectories=48x48/apps\n\n"
+                                           "[48x48/apps]\nSize=48\n")
+        shutil.copy(PACKAGING / "icons/48.png",
+                    theme / "48x48/apps/org.marrowpulse.Marrowpulse.png")
+
+    def test_the_icon_of_the_theme_is_taken(self):
+        self.assertEqual(self.icon_sizes(), [(48, 48)])
+
+
+class StartedTwice(WindowTestCase):
     def prepare(self):
         self.machine.kill_client()
 
@@ -83,8 +100,7 @@ class StartedTwice(ProgramTestCase):
         first_text = self.machine.local_config.read_text()
         first = self.app
         # The windows lie over each other: the second goes where the first is not.
-        window = self.desktop.output("xdotool", "search", "--onlyvisible", "--name",
-                                     "^Marrowpulse$").split()[0]
+        window = self.window()
         self.desktop.start(BUILD / "marrowpulse", self.machine.root)
         second = wait_for(lambda: self.other_application(first), "the second window")
         self.apply_change_to(second, "Iron Lantern")

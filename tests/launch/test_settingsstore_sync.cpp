@@ -222,6 +222,20 @@ private Q_SLOTS:
         QVERIFY(file.read() == before + "9=" + longOptions.toLatin1() + '\n');
     }
 
+    void aFullDiskChangesNothingWhereTheOldFileGetsNoSecondName()
+    {
+        const ScratchFile file(oneOriginal, storeName);
+        QVERIFY(QDir(file.folder()).mkpath(u"store.conf.marrow-spare/in the way"_s));
+        QSettings store(file.path(), QSettings::IniFormat);
+        launch::rememberOriginalLaunchOptions(store, u"9"_s, longOptions);
+        QVERIFY(!syncWithRoomFor(theLockAlone, store));
+        QCOMPARE(file.read(), oneOriginal);
+
+        launch::rememberOriginalLaunchOptions(store, u"9"_s, u"-novid"_s);
+        QVERIFY(launch::syncStore(store));
+        QCOMPARE(file.read(), oneOriginal + "9=-novid\n");
+    }
+
     void aFullDiskLeavesNoNewStore()
     {
         const ScratchFile other("", u"other"_s);
