@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QPushButton>
 
@@ -111,15 +112,22 @@ void recount(benchmark::State &state)
 }
 BENCHMARK(recount);
 
-/// The scan and the rebuilding of the list.
-void refresh(benchmark::State &state)
+/// The rebuilding of the list: what a Refresh takes longer than the scan in it, taken each time
+/// from the scan right before.
+void list(benchmark::State &state)
 {
     MainWindow window;
     auto *button = window.findChild<QPushButton *>(u"refreshButton"_s);
-    for (auto _ : state)
+    for (auto _ : state) {
+        QElapsedTimer timer;
+        timer.start();
+        benchmark::DoNotOptimize(steam::scanGames());
+        const qint64 scanNs = timer.nsecsElapsed();
         button->click();
+        state.SetIterationTime(double(timer.nsecsElapsed() - 2 * scanNs) * 1e-9);
+    }
 }
-BENCHMARK(refresh);
+BENCHMARK(list)->UseManualTime()->Iterations(20);
 
 } // namespace
 

@@ -49,14 +49,17 @@ bool hasConnectedOutput(const QString &drmRoot, const QString &card)
 }
 
 /// The name of the device in one database file; no value when the file does not know it. The file
-/// is large, so its lines are looked at where they stand.
+/// is large, and most of it stands behind the device: so its lines are looked at where they are.
 std::optional<QString> lookupPciNameInFile(const QString &path, const QString &vendorId,
                                            const QString &deviceId)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
-    const QByteArray content = file.readAll();
+    const uchar *const mapped = file.map(0, file.size());
+    const QByteArray content =
+        mapped ? QByteArray::fromRawData(reinterpret_cast<const char *>(mapped), file.size())
+               : file.readAll();
     bool inVendor = false;
     for (QLatin1StringView rest(content); !rest.isEmpty();) {
         const qsizetype lineBreak = rest.indexOf(QLatin1Char('\n'));
