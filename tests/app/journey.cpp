@@ -222,11 +222,13 @@ void Journey::useControlOf(AdvancedDialog *dialog, model::Advanced &expected)
     } else if (control == 1) {
         WindowUser::click(automatic);
         expected.clickAutomatic();
-    } else if (control == 2 && cap->isEnabled()) {
+    } else if (control == 2) {
         const int value = pickFrom<int>({20, 48, 100, 480});
-        cap->setFocus();
-        cap->selectAll();
-        QTest::keyClicks(cap, QString::number(value));
+        if (cap->isEnabled()) {
+            cap->setFocus();
+            cap->selectAll();
+            QTest::keyClicks(cap, QString::number(value));
+        }
         expected.typeCap(value);
     } else if (control == 3) {
         WindowUser::click(renderResolution);
@@ -285,6 +287,8 @@ void Journey::changeOptionsInSteam()
         model::setLaunchOptions(*computer.steamFile, appid, textOf(options).toStdU16String());
     computer.steamFile = edit.bytes;
     writeSteamFile();
+    if (oneIn(2))
+        refresh();
 }
 
 void Journey::hideOrReturnSteamFile()

@@ -160,7 +160,7 @@ void Journey::setUpStore()
                 computer.store["config/" + game.appid + "/" + field] = pickFrom(values);
         };
         if (oneIn(5))
-            computer.store["original/" + game.appid] = "%command% -before";
+            computer.store["original/" + game.appid] = oneIn(4) ? "" : "%command% -before";
         if (pick(3) > 0)
             continue;
         const std::vector<std::string> flags{"true", "false", "0", "1"};
@@ -191,7 +191,7 @@ void Journey::setUpStore()
 
 void Journey::changeWhatIsLookedUpAtStart()
 {
-    computer.prefix = oneIn(2) ? "" : "/opt/gs";
+    computer.prefix = pickFrom<std::string>({"", "", "/opt/gs", "/opt/\u00fc\u65e5/\U0001f3ae"});
     machine.write(machine.home() + "/.config/marrowpulse/gamescope-prefix"_L1,
                   QByteArray::fromStdString(computer.prefix + "\n"));
     computer.refreshHz = pickFrom<int>({0, 24, 60, 75, 144});

@@ -133,6 +133,7 @@ rc::Gen<std::string> pieces()
             "GAMESCOPE_FRAMEGEN_BACKEND=", "lsfg", "LSFG", "MARROWPULSE_FG_RENDER_RES=1",
             "MARROWPULSE_FG_RENDER_RES=", "MARROWPULSE_LOW_LATENCY=", "MARROWPULSE_LOW_LATENCY=1.",
             "MARROWPULSE_LOW_LATENCY=2.5", "MARROWPULSE_LOW_LATENCY=.",
+            "MARROWPULSE_LOW_LATENCY=214748364.7", "MARROWPULSE_LOW_LATENCY=214748364.8",
             "GAMESCOPE_FRAMEGEN_DEBUG=", "GAMESCOPE_FRAMEGEN_DEBUG=1"),
         rc::gen::element<std::string>("0", "1", "2", "9", "60", "720", "1080", "1280", "1920",
                                       "2147483647", "2147483648", "214748364", "99999999999", ".7",
@@ -152,11 +153,16 @@ rc::Gen<std::string> nearMisses()
                         });
 }
 
-/// What the composer writes.
+/// What the composer writes; every so often both sizes are one.
 rc::Gen<std::string> composedTexts()
 {
     return rc::gen::exec([] {
-        return model::compose(*settingsRecords(), *gpus(), *gpus(),
+        model::LaunchSettings settings = *settingsRecords();
+        if (*rc::gen::inRange(0, 4) == 0) {
+            settings.renderW = settings.outputW;
+            settings.renderH = settings.outputH;
+        }
+        return model::compose(settings, *gpus(), *gpus(),
                               *rc::gen::element<std::string>("", "/opt/gs/lib", "-w 5 -F fsr"),
                               *rc::gen::arbitrary<bool>(), *numbers());
     });
@@ -179,9 +185,18 @@ rc::Gen<std::string> damagedTexts()
     });
 }
 
+/// What the program wrote before it had a marker.
+rc::Gen<std::string> unmarkedTexts()
+{
+    return rc::gen::map(composedTexts(), [](const std::string &text) {
+        return text.substr(std::string("MARROWPULSE=1 ").size());
+    });
+}
+
 rc::Gen<std::string> anyTexts()
 {
-    return rc::gen::oneOf(nearMisses(), damagedTexts(), composedTexts(), nearMisses());
+    return rc::gen::oneOf(nearMisses(), damagedTexts(), composedTexts(), unmarkedTexts(),
+                          nearMisses());
 }
 
 rc::Gen<std::string> storedValues()

@@ -8,7 +8,7 @@ namespace model
 namespace
 {
 
-bool has(const std::string &text, const std::string &part)
+bool has(const std::string &text, const char *part)
 {
     return text.find(part) != std::string::npos;
 }

@@ -122,11 +122,8 @@ const Game *Window::currentGame() const
     if (currentRow < 0)
         return nullptr;
     const std::string &appid = rows[static_cast<std::size_t>(currentRow)].appid;
-    for (const Game &game : games) {
-        if (game.appid == appid)
-            return &game;
-    }
-    return nullptr;
+    return &*std::find_if(games.begin(), games.end(),
+                          [&appid](const Game &game) { return game.appid == appid; });
 }
 
 std::string Window::desired(const Game &game) const
@@ -219,7 +216,7 @@ void Window::edited()
         record.outputH = size->height;
     }
     record.framegen = shown.framegen;
-    record.fgbackend = shown.method == 1 && losslessFound ? 1 : 0;
+    record.fgbackend = shown.method;
     record.holdback = shown.holdback == 1 ? 2 : 1;
     record.framecap = shown.frameCap;
     shown.renderSizeEnabled = shown.upscaling;

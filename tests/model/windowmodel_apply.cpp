@@ -55,8 +55,6 @@ std::vector<Box> Window::apply(bool closeSteam, bool restartSteam)
         if (desired(game) != game.options)
             staged.emplace_back(game, desired(game));
     }
-    if (staged.empty())
-        return boxes;
 
     if (computer.steamRuns) {
         boxes.push_back({Box::Question,

@@ -108,9 +108,11 @@ inline rc::Gen<Text> appBlock()
 
 inline rc::Gen<Text> appsBlock()
 {
-    return blockOf(
-        rc::gen::just<Text>(u"\"apps\""),
-        rc::gen::weightedOneOf<Text>({{5, appBlock()}, {1, valueEntry()}, {1, anySpace()}}));
+    return blockOf(rc::gen::just<Text>(u"\"apps\""),
+                   rc::gen::weightedOneOf<Text>({{10, appBlock()},
+                                                 {2, valueEntry()},
+                                                 {2, anySpace()},
+                                                 {1, rc::gen::just<Text>(u"\n\t\"10")}}));
 }
 
 /// Anything from Steam's own shape to loose braces and quotes; some are cut.
@@ -143,7 +145,7 @@ inline rc::Gen<Text> anyOptions()
     return joined(
         rc::gen::weightedOneOf<Text>(
             {{8, rc::gen::element<Text>(u"MARROWPULSE=1 ", u"%command%", u" ", u"A='x y'", u"ä",
-                                        u"\ufeff", u"\U0001f3ae", u"\u2028", u"\n")},
+                                        u"?", u"\ufeff", u"\U0001f3ae", u"\u2028", u"\n")},
              {1, rc::gen::element<Text>(u"{}", u"{", u"}", u"\"", u"\\", Text(1, char16_t(0xd83c)),
                                         Text(1, char16_t(0xdc80)))}}),
         6);
