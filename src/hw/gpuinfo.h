@@ -20,8 +20,6 @@ struct GpuInfo {
     QString linkSpeedText;           ///< raw sysfs link speed, e.g. "16.0 GT/s PCIe"
     int linkWidth = 0;               ///< PCIe lanes, 1 to 32; 0 when unknown
     double linkBandwidth = 0.0;      ///< GB/s over all lanes; 0.0 when unknown
-
-    bool operator==(const GpuInfo &) const = default;
 };
 
 } // namespace hw

@@ -15,8 +15,6 @@ struct GameEntry {
     QString name;          ///< as the manifest has it, raw
     QString iconPath;      ///< full path of a picture, or empty
     QString launchOptions; ///< what Steam holds for the game now, raw; or empty
-
-    bool operator==(const GameEntry &) const = default;
 };
 
 /// Every game with a manifest in any library, sorted by name as the user's locale sorts. Steam's
