@@ -179,8 +179,10 @@ void recoverStore(QSettings &store)
     const QByteArray file = exists(path) ? fileOf(store) : QFile::encodeName(path);
     const QByteArray spare = spareOf(file);
     const std::optional<QByteArray> kept = base::readWholeFile(QFile::decodeName(spare));
+    if (!kept)
+        return;
     const std::optional<QByteArray> left = base::readWholeFile(path);
-    if (!kept || (!left && exists(path)))
+    if (!left && exists(path))
         return;
     const auto contentKept = contentOf(*kept);
     const auto content = contentOf(left.value_or(QByteArray()));
