@@ -45,7 +45,8 @@ class Machine:
             ON_MACHINE, self.root, BUILD / "bench_inner", f"--benchmark_filter=^({'|'.join(names)})(/|$)",
             "--benchmark_min_time=0.2", "--benchmark_format=json",
             env={**os.environ, "QT_QPA_PLATFORM": "offscreen"}))
-        return {run["name"].split("/")[0]: run["real_time"] / 1e6 for run in report["benchmarks"]}
+        return {run["name"].split("/")[0]: run["real_time"] / 1e6 for run in report["benchmarks"]
+                if run.get("aggregate_name", "median") == "median"}
 
 
 def medians(rounds):
