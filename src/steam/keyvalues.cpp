@@ -118,7 +118,7 @@ BraceSpan findAppsSection(QStringView text)
         if (open < 0)
             break;
         const BraceSpan section{open, matchingBrace(text, open)};
-        if (section.close > 0 && section.close - section.open > largest.close - largest.open)
+        if (section.close - section.open > largest.close - largest.open)
             largest = section;
         from = open;
     }
@@ -139,7 +139,7 @@ BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid)
     for (BraceSpan key = findKey(section, quotedId, u'{', apps.open); key.isValid();
          key = findKey(section, quotedId, u'{', key.close)) {
         const BraceSpan block{key.close, matchingBrace(section, key.close)};
-        if (block.close >= 1)
+        if (block.close != -1)
             return block;
     }
     return {};
