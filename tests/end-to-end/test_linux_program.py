@@ -5,15 +5,20 @@ import os
 import pathlib
 import shutil
 import signal
+import subprocess
+import tempfile
 import unittest
 
-from case import BUILD, CLOSE_STEAM, RESTART_STEAM, ProgramTestCase
-from desktop import Application, Atspi, wait_for
+from case import BUILD, CLOSE_STEAM, RESTART_STEAM, ProgramTestCase, SampleMachine
+from desktop import ON_MACHINE, Application, Atspi, wait_for
 
 PACKAGING = pathlib.Path(__file__).resolve().parent.parent.parent / "packaging"
 
 # A file's mode does not bind root, unless it goes without these two.
 WITHOUT_ROOTS_WAY = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"]
+
+# The Wayland compositor refuses root.
+AS_ORDINARY_USER = ["unshare", "--user", "--map-user=1000", "--map-group=1000"]
 
 
 class WindowTestCase(ProgramTestCase):
@@ -128,6 +133,22 @@ class StartedTwice(WindowTestCase):
                 other.root = root
                 return other if other.find("list item", "Iron Lantern") else None
         return None
+
+
+class OnWayland(unittest.TestCase):
+    def test_window_belongs_to_the_desktop_entry(self):
+        machine = SampleMachine()
+        self.addCleanup(machine.close)
+        machine.kill_client()
+        runtime = self.enterContext(tempfile.TemporaryDirectory(prefix="marrowpulse-wayland."))
+        compositor = self.enterContext(subprocess.Popen(
+            [*AS_ORDINARY_USER, "cage", "--", ON_MACHINE, machine.root, BUILD / "marrowpulse"],
+            stderr=subprocess.PIPE, text=True, start_new_session=True,
+            env={**os.environ, "XDG_RUNTIME_DIR": runtime, "WLR_BACKENDS": "headless",
+                 "WLR_RENDERER": "pixman", "QT_QPA_PLATFORM": "wayland", "WAYLAND_DEBUG": "1"}))
+        self.addCleanup(os.killpg, compositor.pid, signal.SIGKILL)
+        request = next(line for line in compositor.stderr if ".set_app_id(" in line)
+        self.assertIn('set_app_id("org.marrowpulse.Marrowpulse")', request)
 
 
 class OddHomes(ProgramTestCase):
