@@ -73,6 +73,20 @@ class TestMainWindowLongTexts : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void emptyPreviewCannotBeTold()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        const QWidget *area = user.previewLabel->parentWidget()->parentWidget();
+        const QRect around = QRect(area->mapTo(user.settingsGroup, QPoint()), area->size())
+                                 .marginsAdded(QMargins(3, 3, 3, 3));
+        const QImage picture = user.settingsGroup->grab(around).toImage();
+        QImage plain(picture.size(), picture.format());
+        plain.setDevicePixelRatio(picture.devicePixelRatio());
+        plain.fill(picture.pixelColor(0, 0));
+        QCOMPARE(picture, plain); // no frame, no ground of its own
+    }
+
     void longGameNamesLeaveTheWindowAsItIs_data() { addNameRows(); }
     void longGameNamesLeaveTheWindowAsItIs()
     {
