@@ -21,6 +21,7 @@ private Q_SLOTS:
     void readsEveryByte();
     void readsNothingWithoutAFile();
     void readsNothingFromAFolder();
+    void readsNothingOfAnotherLengthThanTheFiles();
 
     void replacesTheContent_data();
     void replacesTheContent();
@@ -32,6 +33,8 @@ private Q_SLOTS:
     void keepsALinkFromAnotherFolder();
     void cannotOpenWithoutTheFolder();
     void cannotOpenAFolder();
+    void cannotOpenWhatCannotBeLookedAt_data();
+    void cannotOpenWhatCannotBeLookedAt();
     void aFullDiskFailsTheCommit_data();
     void aFullDiskFailsTheCommit();
 
@@ -44,6 +47,8 @@ private Q_SLOTS:
 
     void syncsWhatIsThere();
     void cannotSyncWhatIsNotThere();
+    void syncsWithTheFirstOfAllDescriptors();
+    void keepsNoDescriptorOpen();
 };
 
 namespace
@@ -89,6 +94,12 @@ void TestDurableFile::readsNothingFromAFolder()
 {
     const ScratchFile file("old");
     QVERIFY(!base::readWholeFile(file.folder()).has_value());
+}
+
+void TestDurableFile::readsNothingOfAnotherLengthThanTheFiles()
+{
+    // The kernel tells no length of these.
+    QVERIFY(!base::readWholeFile(u"/proc/self/status"_s).has_value());
 }
 
 void TestDurableFile::replacesTheContent_data()
@@ -185,6 +196,24 @@ void TestDurableFile::cannotOpenAFolder()
     QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"sub"_s}));
 }
 
+void TestDurableFile::cannotOpenWhatCannotBeLookedAt_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("a link to itself") << u"circle"_s;
+    QTest::newRow("below a file") << u"localconfig.vdf/file"_s;
+    QTest::newRow("a name that is too long") << QString(300, u'x');
+}
+
+void TestDurableFile::cannotOpenWhatCannotBeLookedAt()
+{
+    QFETCH(const QString, name);
+    const ScratchFile file("old");
+    QVERIFY(QFile::link(u"circle"_s, file.beside(u"circle"_s)));
+    QCOMPARE(base::replaceFile(file.beside(name), "new"), Replaced::CannotOpen);
+    QCOMPARE(file.read(), QByteArray("old"));
+    QCOMPARE(file.listing(), (QStringList{u"circle"_s, u"localconfig.vdf"_s}));
+}
+
 void TestDurableFile::aFullDiskFailsTheCommit_data()
 {
     QTest::addColumn<int>("room");
@@ -271,6 +300,30 @@ void TestDurableFile::cannotSyncWhatIsNotThere()
 {
     const ScratchFile file("content");
     QVERIFY(!base::syncFileAndFolder(file.beside(u"missing"_s)));
+}
+
+void TestDurableFile::syncsWithTheFirstOfAllDescriptors()
+{
+    const ScratchFile file("content");
+    const int input = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+    const bool synced = base::syncFileAndFolder(file.path());
+    ::dup2(input, STDIN_FILENO);
+    ::close(input);
+    QVERIFY(synced);
+}
+
+void TestDurableFile::keepsNoDescriptorOpen()
+{
+    const ScratchFile file("content");
+    const auto firstFree = [] {
+        const int descriptor = ::dup(STDERR_FILENO);
+        ::close(descriptor);
+        return descriptor;
+    };
+    const int before = firstFree();
+    QVERIFY(base::syncFileAndFolder(file.path()));
+    QCOMPARE(firstFree(), before);
 }
 
 QTEST_GUILESS_MAIN(TestDurableFile)
