@@ -21,6 +21,7 @@ const QByteArray database = "#\n"
                             "\t\t1002 0e3a  Radeon RX 6900 XT\n"
                             "\t\t148c 2408  Red Devil AMD Radeon RX 6900 XT\n"
                             " \n"
+                            "\n"
                             "\t744C  Navi 31 [Radeon RX 7900 XT]\n"
                             "10de  NVIDIA Corporation\n"
                             "\t2684  AD102 [GeForce RTX 4090]\n"
@@ -59,7 +60,7 @@ void TestGpuEnumerationName::lookupPciName_data()
     QTest::newRow("first device of a vendor") << u"1002"_s << u"164e"_s << u"Raphael"_s;
     QTest::newRow("past a comment")
         << u"1002"_s << u"73bf"_s << u"Navi 21 [Radeon RX 6800/6800 XT / 6900 XT]"_s;
-    QTest::newRow("past subsystems and a blank line, other letter case")
+    QTest::newRow("past subsystems, blank and empty lines, other letter case")
         << u"1002"_s << u"744c"_s << u"Navi 31 [Radeon RX 7900 XT]"_s;
     QTest::newRow("second vendor") << u"10de"_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
     QTest::newRow("vendor in another letter case")
