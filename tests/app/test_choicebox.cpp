@@ -11,13 +11,28 @@ namespace
 {
 
 template <typename Box>
-QImage pictureOf(const QString &text, bool isEditable = false)
+QImage pictureOf(const QString &text, bool isEditable = false, int width = 160)
 {
     Box box;
     box.setEditable(isEditable);
     box.addItem(text);
-    box.resize(160, ChoiceBox().sizeHint().height());
+    box.resize(width, ChoiceBox().sizeHint().height());
     return box.grab().toImage();
+}
+
+/// What the text adds to the picture of an empty box, without what surrounds it.
+QImage inkOf(const QString &text, int width)
+{
+    const QImage picture = pictureOf<ChoiceBox>(text, false, width);
+    const QImage empty = pictureOf<ChoiceBox>(QString(), false, width);
+    QRect ink;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixel(x, y) != empty.pixel(x, y))
+                ink |= QRect(x, y, 1, 1);
+        }
+    }
+    return picture.copy(ink);
 }
 
 QImage pictureOf(const QString &text)
@@ -41,6 +56,17 @@ private Q_SLOTS:
                 fitting = letters;
         }
         QVERIFY(fitting > 5);
+    }
+
+    void theEllipsisIsShownWhole()
+    {
+        const QString text(60, u'i');
+        QList<QImage> whole; // of any number of letters with an ellipsis
+        for (int letters = 1; letters < text.size(); ++letters)
+            whole.append(inkOf(text.left(letters) + u'\u2026', 600));
+        // In a row of widths every remainder of room comes up.
+        for (int width = 120; width < 140; ++width)
+            QVERIFY2(whole.contains(inkOf(text, width)), QByteArray::number(width));
     }
 
     void aTextThatFitsIsShownWhole()
