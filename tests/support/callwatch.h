@@ -4,18 +4,21 @@
 #include <QByteArrayList>
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 namespace support
 {
 
-/// While it lives, notes some of the C library's calls, those of Qt included, and lets them fail.
-/// For the one source of a test's executable: it defines the calls in the place of the library's.
+/// While it lives, notes which files are synced and renamed, and lets some calls of the C library
+/// fail, those of Qt included. For the one source of a test's executable: it defines the calls in
+/// the place of the library's.
 class CallWatch
 {
 public:
@@ -23,25 +26,35 @@ public:
     ~CallWatch() { current = nullptr; }
     Q_DISABLE_COPY_MOVE(CallWatch)
 
-    /// From now on a call of that name fails, for good or a number of times.
-    void fail(const QByteArray &call, int error, int times = -1)
+    /// Lets the call of that name fail: `times` times, or for good when below zero, after the first
+    /// `spared` ones.
+    void fail(const QByteArray &call, int error, int times = -1, int spared = 0)
     {
         failing = call;
         errorNumber = error;
         timesLeft = times;
+        sparedLeft = spared;
     }
-    /// The calls so far, in their order.
-    const QByteArrayList &calls() const { return noted; }
+    /// The names of the syncs and renames so far, in their order.
+    const QByteArrayList &order() const { return noted; }
 
-    /// For the calls: whether this one is to fail, with errno set.
-    static bool isToFail(const char *call)
+    /// For the calls: notes it.
+    static void note(const char *call)
     {
-        if (!current)
+        if (current)
+            current->noted.append(call);
+    }
+    /// For the calls: whether this one is to fail, with errno set.
+    static bool isToFail(const QByteArray &call)
+    {
+        if (!current || current->failing != call || current->timesLeft == 0)
             return false;
-        current->noted.append(call);
-        if (current->failing != call || current->timesLeft == 0)
+        if (current->sparedLeft > 0) {
+            --current->sparedLeft;
             return false;
-        current->timesLeft = std::max(-1, current->timesLeft - 1);
+        }
+        if (current->timesLeft > 0)
+            --current->timesLeft;
         errno = current->errorNumber;
         return true;
     }
@@ -53,24 +66,39 @@ private:
     QByteArray failing;
     int errorNumber = 0;
     int timesLeft = 0;
+    int sparedLeft = 0;
 };
-
-inline const char *syncName(int descriptor)
-{
-    struct stat status = {};
-    return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode) ? "sync a folder"
-                                                                        : "sync a file";
-}
 
 } // namespace support
 
+// What each is called in a test: "sync a file" and "sync a folder", "rename", "link", "change the
+// mode", "change the times", "make a file in memory", and "read NAME" for opening it.
 extern "C" {
 
 int fsync(int descriptor)
 {
-    if (support::CallWatch::isToFail(support::syncName(descriptor)))
+    struct stat status = {};
+    const bool isFolder = ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+    const char *name = isFolder ? "sync a folder" : "sync a file";
+    support::CallWatch::note(name);
+    if (support::CallWatch::isToFail(name))
         return -1;
     return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+int rename(const char *from, const char *to) noexcept
+{
+    support::CallWatch::note("rename");
+    if (support::CallWatch::isToFail("rename"))
+        return -1;
+    return static_cast<int>(::syscall(SYS_rename, from, to));
+}
+
+int link(const char *from, const char *to) noexcept
+{
+    if (support::CallWatch::isToFail("link"))
+        return -1;
+    return static_cast<int>(::syscall(SYS_link, from, to));
 }
 
 int fchmod(int descriptor, mode_t mode) noexcept
@@ -80,11 +108,34 @@ int fchmod(int descriptor, mode_t mode) noexcept
     return static_cast<int>(::syscall(SYS_fchmod, descriptor, mode));
 }
 
-int rename(const char *from, const char *to) noexcept
+int futimens(int descriptor, const timespec times[2]) noexcept
 {
-    if (support::CallWatch::isToFail("rename"))
+    if (support::CallWatch::isToFail("change the times"))
         return -1;
-    return static_cast<int>(::syscall(SYS_rename, from, to));
+    return static_cast<int>(::syscall(SYS_utimensat, descriptor, nullptr, times, 0));
+}
+
+int memfd_create(const char *name, unsigned flags) noexcept
+{
+    if (support::CallWatch::isToFail("make a file in memory"))
+        return -1;
+    return static_cast<int>(::syscall(SYS_memfd_create, name, flags));
+}
+
+int open64(const char *path, int flags, ...)
+{
+    const char *slash = std::strrchr(path, '/');
+    if ((flags & O_ACCMODE) == O_RDONLY &&
+        support::CallWatch::isToFail("read " + QByteArray(slash ? slash + 1 : path)))
+        return -1;
+    mode_t mode = 0;
+    if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
+        va_list more;
+        va_start(more, flags);
+        mode = va_arg(more, mode_t);
+        va_end(more);
+    }
+    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
 } // extern "C"
