@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "windowuser.h"
 
+#include "app/gamegroup.h"
+
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QImage>
@@ -120,6 +122,26 @@ private Q_SLOTS:
         // A title that is cut off, not elided, reaches the last column.
         QVERIFY2(shown >= qMin(whole, room) - 2 * font.maxWidth() && shown <= room,
                  QByteArray::number(shown));
+    }
+
+    void aTitleThatFitsLooksAsInAnyOtherGroup()
+    {
+        GameGroup group{QString()};
+        QGroupBox other;
+        const auto pictureOf = [](QGroupBox &box, const QString &title) {
+            box.setTitle(title);
+            box.resize(200, 100);
+            return box.grab().toImage();
+        };
+        // As long as there is room for a letter at either side.
+        const QFontMetrics font = group.fontMetrics();
+        const int room = 200 - 2 * font.averageCharWidth();
+        int fitting = 0;
+        for (QString title = u"i"_s; font.horizontalAdvance(title) <= room; title += u'i') {
+            QCOMPARE(pictureOf(group, title), pictureOf(other, title));
+            ++fitting;
+        }
+        QVERIFY(fitting > 20);
     }
 
     void longGpuNamesLeaveTheWindowAsItIs_data() { addNameRows(); }
