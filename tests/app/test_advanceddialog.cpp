@@ -134,6 +134,21 @@ private Q_SLOTS:
         QCOMPARE(helps, 2);
     }
 
+    void helpReachesAScreenReader()
+    {
+        const DialogUser user({}, 60);
+        const QStringList texts = labelTexts(&user.dialog);
+        QCOMPARE(user.capSpin->accessibleDescription(), texts[1]);
+        QCOMPARE(user.pacingCombo->accessibleDescription(), texts[3]);
+    }
+
+    void theNumberIsNoWiderThanItNeeds()
+    {
+        const DialogUser user({}, 60);
+        QCOMPARE(user.capSpin->width(), user.capSpin->sizeHint().width());
+        QVERIFY(user.pacingCombo->width() > user.pacingCombo->sizeHint().width());
+    }
+
     void labelsNameTheirControls()
     {
         const DialogUser user({}, 60);

@@ -39,6 +39,14 @@ private Q_SLOTS:
             << u"2000x1000"_s << Qt::Key_PageDown << u"1920x1080"_s;
         QTest::newRow("page up from another size")
             << u"2000x1000"_s << Qt::Key_PageUp << u"2560x1440"_s;
+        QTest::newRow("page down from another size of an item's width")
+            << u"1920x1000"_s << Qt::Key_PageDown << u"1920x1080"_s;
+        QTest::newRow("page up from another size of an item's width")
+            << u"1920x1000"_s << Qt::Key_PageUp << u"2560x1440"_s;
+        QTest::newRow("page down from a size with blanks around it")
+            << u" 1600x1000 "_s << Qt::Key_PageDown << u"1600x900"_s;
+        QTest::newRow("page up from a width below zero")
+            << u"-1x1"_s << Qt::Key_PageUp << u"854x480"_s;
     }
 
     void pageKeysStepFromTheShownSize()
@@ -49,6 +57,50 @@ private Q_SLOTS:
         box.setEditText(typed);
         QTest::keyClick(&box, key);
         QTEST(box.currentText(), "shown");
+        QTEST(box.itemText(box.currentIndex()), "shown"); // where its list opens
+    }
+
+    void aKeyStepsBackToTheItemThatWasTypedOver()
+    {
+        ResolutionBox box;
+        box.showResolution(960, 540);
+        box.setEditText(u"1000x600"_s);
+        QTest::keyClick(&box, Qt::Key_Down);
+        QCOMPARE(box.currentText(), u"960x540"_s);
+    }
+
+    void onlyPlainKeysStep_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+        QTest::addColumn<QString>("shown");
+        using Modifiers = Qt::KeyboardModifiers;
+        const auto same = u"1000x600"_s;
+        QTest::newRow("keypad up") << Qt::Key_Up << Modifiers(Qt::KeypadModifier) << u"1280x720"_s;
+        QTest::newRow("keypad down")
+            << Qt::Key_Down << Modifiers(Qt::KeypadModifier) << u"960x540"_s;
+        QTest::newRow("control and up") << Qt::Key_Up << Modifiers(Qt::ControlModifier) << same;
+        QTest::newRow("control and down") << Qt::Key_Down << Modifiers(Qt::ControlModifier) << same;
+        QTest::newRow("another key") << Qt::Key_Left << Modifiers() << same;
+    }
+    void onlyPlainKeysStep()
+    {
+        QFETCH(Qt::Key, key);
+        QFETCH(Qt::KeyboardModifiers, modifiers);
+        ResolutionBox box;
+        box.setEditText(u"1000x600"_s);
+        QTest::keyClick(&box, key, modifiers);
+        QTEST(box.currentText(), "shown");
+    }
+
+    void otherKeysReachTheText()
+    {
+        ResolutionBox box;
+        box.show();
+        box.setFocus();
+        box.setEditText(u"1000x600"_s);
+        QTest::keyClick(&box, Qt::Key_Backspace);
+        QCOMPARE(box.currentText(), u"1000x60"_s);
     }
 
     void theListOpensAtTheShownSize()
@@ -81,6 +133,10 @@ private Q_SLOTS:
         QTest::newRow("less than a notch") << QList<int>{40, 40, 39} << u"960x540"_s;
         QTest::newRow("a notch in parts") << QList<int>{40, 40, 40} << u"1280x720"_s;
         QTest::newRow("there and back") << QList<int>{100, -100, 100} << u"960x540"_s;
+        QTest::newRow("a notch and a rest, then the rest of a notch")
+            << QList<int>{150, 90} << u"1600x900"_s;
+        QTest::newRow("towards the user, then the rest of a notch")
+            << QList<int>{-150, 29} << u"854x480"_s;
     }
 
     void wheelStepsOnceANotch()
