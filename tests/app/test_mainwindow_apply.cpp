@@ -200,6 +200,23 @@ private Q_SLOTS:
         QCOMPARE(boxes.shown(), QStringList(4, questionBox(restartQuestion)));
     }
 
+    void whatAnotherWindowHasKeptMeanwhileStays()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s, u"-second"_s}});
+        WindowUser user;
+        machine.write(machine.storePath(), "[original]\n100=-theirs\n");
+        user.toggle(u"Alpha"_s);
+        user.toggle(u"Beta"_s);
+        const MessageBoxAnswers boxes({QMessageBox::No});
+        user.click(user.applyButton);
+        QCOMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
+        QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-theirs"_s);
+        QCOMPARE(machine.storedValues().value(u"original/200"_s), u"-second"_s);
+        QCOMPARE(machine.readLocalConfig().count(defaultOptions.toUtf8()), 2);
+    }
+
     void originalsSurviveARestartOfTheProgram()
     {
         const PlayersMachine machine;
