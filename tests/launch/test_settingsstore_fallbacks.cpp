@@ -24,13 +24,14 @@ private Q_SLOTS:
         QVERIFY(QDir(home.path()).mkpath(u".config"_s));
         QFile defaults(home.filePath(u".config/Marrowpulse.conf"_s));
         QVERIFY(defaults.open(QIODevice::WriteOnly));
-        defaults.write("[General]\nx=1\n");
+        defaults.write("[General]\nx=1\n\n[config]\n571\\caphz=40\n\n[original]\n572=-x\n");
     }
 
     void aFurtherFileDoesNotKeepTheStoreFromBeingSaved()
     {
         QSettings store(u"Marrowpulse"_s, u"Marrowpulse"_s);
         QCOMPARE(store.value(u"x"_s).toString(), u"1"_s);
+        QCOMPARE(store.value(u"config/571/caphz"_s).toString(), u"40"_s);
         launch::rememberOriginalLaunchOptions(store, u"570"_s, u"-novid"_s);
         QVERIFY(launch::syncStore(store));
         QVERIFY(launch::isOriginalOnDisk(store, u"570"_s));
@@ -39,6 +40,7 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), "[original]\n570=-novid\n");
         QCOMPARE(store.value(u"x"_s).toString(), u"1"_s);
+        QCOMPARE(store.value(u"config/571/caphz"_s).toString(), u"40"_s);
     }
 
 private:
