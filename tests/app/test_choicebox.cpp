@@ -3,6 +3,9 @@
 
 #include <QAbstractItemView>
 #include <QImage>
+#include <QPainter>
+#include <QProxyStyle>
+#include <QScrollBar>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -39,6 +42,21 @@ QImage pictureOf(const QString &text)
 {
     return pictureOf<ChoiceBox>(text);
 }
+
+/// A style that writes in the colour that it is given.
+class PlainStyle : public QProxyStyle
+{
+public:
+    void drawComplexControl(ComplexControl, const QStyleOptionComplex *, QPainter *,
+                            const QWidget *) const override
+    {
+    }
+    void drawControl(ControlElement, const QStyleOption *option, QPainter *painter,
+                     const QWidget *) const override
+    {
+        painter->drawText(option->rect, Qt::AlignCenter, u"text"_s);
+    }
+};
 
 } // namespace
 
@@ -81,6 +99,45 @@ private Q_SLOTS:
         QCOMPARE(pictureOf<ChoiceBox>(u"short"_s, true), pictureOf<QComboBox>(u"short"_s, true));
     }
 
+    void theTextHasTheColourOfAnyOtherBoxs_data()
+    {
+        QTest::addColumn<bool>("isEnabled");
+        QTest::newRow("enabled") << true;
+        QTest::newRow("disabled") << false;
+    }
+    void theTextHasTheColourOfAnyOtherBoxs()
+    {
+        QFETCH(const bool, isEnabled);
+        PlainStyle style;
+        QPalette palette;
+        palette.setColor(QPalette::Text, Qt::red);
+        palette.setColor(QPalette::Disabled, QPalette::Text, Qt::yellow);
+        ChoiceBox box;
+        QComboBox other;
+        const auto pictureOf = [&](QComboBox &shown) {
+            shown.setStyle(&style);
+            shown.setPalette(palette);
+            shown.setEnabled(isEnabled);
+            shown.resize(160, 30);
+            return shown.grab().toImage();
+        };
+        QCOMPARE(pictureOf(box), pictureOf(other));
+    }
+
+    void aScrolledListShowsItsItemsWhole()
+    {
+        ChoiceBox box;
+        box.setEditable(true); // the list of another one has arrows in the place of a scroll bar
+        for (int item = 0; item < 20; ++item)
+            box.addItem(QString(40, u'm'));
+        box.resize(160, box.sizeHint().height());
+        box.show();
+        box.showPopup();
+        QVERIFY(box.view()->verticalScrollBar()->isVisible());
+        QVERIFY(box.view()->viewport()->width() >= box.view()->sizeHintForColumn(0));
+        box.hidePopup();
+    }
+
     void popupIsAsWideAsItsWidestItem()
     {
         ChoiceBox box;
@@ -94,6 +151,7 @@ private Q_SLOTS:
 
     void longTextsDoNotWidenTheBox()
     {
+        QCOMPARE(ChoiceBox().minimumContentsLength(), 12);
         ChoiceBox shortBox;
         shortBox.addItem(u"short"_s);
         ChoiceBox longBox;
