@@ -214,6 +214,27 @@ private Q_SLOTS:
         QCOMPARE(user.frameCapCheck->text(), u"Limit frame rate to 45 fps (smoother)"_s);
     }
 
+    void frameCapTextTellsTheStoredCap_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<int>("shown");
+        QTest::newRow("automatic") << u"0"_s << 45;
+        QTest::newRow("below zero is automatic") << u"-1"_s << 45;
+        QTest::newRow("the least") << u"1"_s << 1;
+        QTest::newRow("any other") << u"77"_s << 77;
+    }
+    void frameCapTextTellsTheStoredCap()
+    {
+        QFETCH(const QString, stored);
+        QFETCH(const int, shown);
+        const PlayersMachine machine;
+        machine.storeValues(
+            {{u"config/100/framegen"_s, u"true"_s}, {u"config/100/caphz"_s, stored}});
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        const WindowUser user;
+        QCOMPARE(user.frameCapCheck->text(), u"Limit frame rate to %1 fps (smoother)"_s.arg(shown));
+    }
+
     void cancelledDialogChangesNothing_data()
     {
         QTest::addColumn<bool>("byClosing");
