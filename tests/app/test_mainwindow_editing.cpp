@@ -134,7 +134,8 @@ private Q_SLOTS:
     {
         QFETCH(const QString, check);
         const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s}});
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
         WindowUser user;
         const auto grey = [&user] {
             QStringList names;
@@ -150,8 +151,9 @@ private Q_SLOTS:
         if (!check.isEmpty())
             user.click(user.window.findChild<QCheckBox *>(check));
         QTEST(grey(), "grey");
-        // The same when the record is shown again.
+        // Not with another game, and the same when the record is shown again.
         user.select(u"Beta"_s);
+        QCOMPARE(grey(), QStringList());
         user.select(u"Alpha"_s);
         QTEST(grey(), "grey");
     }
@@ -173,6 +175,30 @@ private Q_SLOTS:
         user.select(u"Alpha"_s);
         QVERIFY(!user.upscalingCheck->isChecked());
         QCOMPARE(user.holdbackCombo->currentIndex(), 1);
+    }
+
+    void lookingAtAGameChangesNothingOfIt_data()
+    {
+        QTest::addColumn<QString>("usual");
+        QTest::addColumn<QString>("unusual"); // what the controls cannot show or would not take
+        QTest::newRow("a small render size") << u"-w 1280 -h 720"_s << u"-w 100 -h 50"_s;
+        QTest::newRow("a large output size") << u"-W 1920 -H 1080"_s << u"-W 9000 -H 5000"_s;
+        QTest::newRow("another hold-back") << u"HOLDBACK=1"_s << u"HOLDBACK=3"_s;
+    }
+    void lookingAtAGameChangesNothingOfIt()
+    {
+        QFETCH(const QString, usual);
+        QFETCH(const QString, unusual);
+        const QString options = QString(defaultOptions).replace(usual, unusual);
+        const QString other = QString(defaultOptions).replace(" -r 45"_L1, QString());
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, other}, {u"200"_s, u"Beta"_s, options}});
+        WindowUser user;
+        user.select(u"Beta"_s);
+        QCOMPARE(user.previewLabel->text(), options);
+        user.select(u"Alpha"_s);
+        QCOMPARE(user.previewLabel->text(), other);
+        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
     }
 
     void lsfgIsStoredAsBuiltInWhileLosslessScalingIsMissing()
