@@ -78,6 +78,8 @@ void TestLaunchOptionsRead::isOwnLaunchOptions_data()
         << u"GAMESCOPE_FRAMEGEN=auto gamescope\t-- %command%"_s << false;
     QTest::newRow("frame generation in lower case")
         << u"gamescope_framegen=auto gamescope -- %command%"_s << false;
+    QTest::newRow("gamescope with a capital letter")
+        << u"GAMESCOPE_FRAMEGEN=auto Gamescope -- %command%"_s << false;
     QTest::newRow("gamescope in capitals")
         << u"GAMESCOPE_FRAMEGEN=auto GAMESCOPE -- %command%"_s << false;
     QTest::newRow("a user's own") << u"mangohud gamescope -W 1920 -- %command%"_s << false;
