@@ -24,10 +24,11 @@ QImage pictureOf(const QString &text, bool isEditable = false, int width = 160)
 }
 
 /// What the text adds to the picture of an empty box, without what surrounds it.
+template <typename Box>
 QImage inkOf(const QString &text, int width)
 {
-    const QImage picture = pictureOf<ChoiceBox>(text, false, width);
-    const QImage empty = pictureOf<ChoiceBox>(QString(), false, width);
+    const QImage picture = pictureOf<Box>(text, false, width);
+    const QImage empty = pictureOf<Box>(QString(), false, width);
     QRect ink;
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
@@ -81,10 +82,21 @@ private Q_SLOTS:
         const QString text(60, u'i');
         QList<QImage> whole; // of any number of letters with an ellipsis
         for (int letters = 1; letters < text.size(); ++letters)
-            whole.append(inkOf(text.left(letters) + u'\u2026', 600));
+            whole.append(inkOf<ChoiceBox>(text.left(letters) + u'\u2026', 600));
         // In a row of widths every remainder of room comes up.
         for (int width = 120; width < 140; ++width)
-            QVERIFY2(whole.contains(inkOf(text, width)), QByteArray::number(width));
+            QVERIFY2(whole.contains(inkOf<ChoiceBox>(text, width)), QByteArray::number(width));
+    }
+
+    void aTextThatJustFitsIsNotElided()
+    {
+        const QString text(20, u'i');
+        const QImage whole = inkOf<QComboBox>(text, 600);
+        int width = 40; // the least at which any other box shows all of it
+        while (inkOf<QComboBox>(text, width) != whole)
+            ++width;
+        // A few points more, for the style's margin and what a letter keeps free beside it.
+        QCOMPARE(inkOf<ChoiceBox>(text, width + 4), whole);
     }
 
     void aTextThatFitsIsShownWhole()
