@@ -36,9 +36,9 @@ void ResolutionBox::keyPressEvent(QKeyEvent *event)
 {
     const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
     const int key = event->key();
-    if (plain && (key == Qt::Key_Up || key == Qt::Key_PageUp))
+    if (key == Qt::Key_PageUp || (plain && key == Qt::Key_Up))
         stepToLarger();
-    else if (plain && (key == Qt::Key_Down || key == Qt::Key_PageDown))
+    else if (key == Qt::Key_PageDown || (plain && key == Qt::Key_Down))
         stepToSmaller();
     else
         ChoiceBox::keyPressEvent(event);
@@ -53,7 +53,6 @@ void ResolutionBox::wheelEvent(QWheelEvent *event)
         stepToLarger();
     for (; wheelRest <= -notch; wheelRest += notch)
         stepToSmaller();
-    event->accept();
 }
 
 void ResolutionBox::stepToLarger()
@@ -69,10 +68,8 @@ void ResolutionBox::stepToSmaller()
 
 void ResolutionBox::choose(int index)
 {
-    if (index < 0 || index >= count())
-        return;
-    setCurrentIndex(index);
-    setEditText(itemText(index)); // the index may have been there while another size was shown
+    if (index >= 0 && index < count())
+        setCurrentIndex(index);
 }
 
 /// The item that is shown or, for any other size, the first that is not wider; count() for none.

@@ -69,7 +69,7 @@ private Q_SLOTS:
         QCOMPARE(box.currentText(), u"960x540"_s);
     }
 
-    void onlyPlainKeysStep_data()
+    void keysStepWithTheseModifiers_data()
     {
         QTest::addColumn<Qt::Key>("key");
         QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
@@ -81,9 +81,13 @@ private Q_SLOTS:
             << Qt::Key_Down << Modifiers(Qt::KeypadModifier) << u"960x540"_s;
         QTest::newRow("control and up") << Qt::Key_Up << Modifiers(Qt::ControlModifier) << same;
         QTest::newRow("control and down") << Qt::Key_Down << Modifiers(Qt::ControlModifier) << same;
+        QTest::newRow("control and page up")
+            << Qt::Key_PageUp << Modifiers(Qt::ControlModifier) << u"1280x720"_s;
+        QTest::newRow("control and page down")
+            << Qt::Key_PageDown << Modifiers(Qt::ControlModifier) << u"960x540"_s;
         QTest::newRow("another key") << Qt::Key_Left << Modifiers() << same;
     }
-    void onlyPlainKeysStep()
+    void keysStepWithTheseModifiers()
     {
         QFETCH(Qt::Key, key);
         QFETCH(Qt::KeyboardModifiers, modifiers);
