@@ -49,8 +49,9 @@ QMap<QString, QString> contentOf(const QSettings &store)
 /// time: it is given one in memory, of a time of its own.
 std::optional<QMap<QString, QString>> contentOf(const QByteArray &bytes)
 {
-    static time_t uniqueTime = 0;
-    const timespec times[2] = {{++uniqueTime, 0}, {uniqueTime, 0}};
+    static timespec uniqueTime = {};
+    ++uniqueTime.tv_sec;
+    const timespec times[2] = {uniqueTime, uniqueTime};
     QFile file;
     const int descriptor = ::memfd_create("settings", MFD_CLOEXEC);
     if (descriptor < 0 || !file.open(descriptor, QIODevice::WriteOnly | QIODevice::Unbuffered,
@@ -127,9 +128,9 @@ LoadedGame loadGameSettings(const QSettings &store, const QString &appid,
 {
     if (isOwnLaunchOptions(currentLaunchOptions))
         return {parseLaunchOptions(currentLaunchOptions), true};
-    LoadedGame game;
     if (!store.contains(configKey(appid, "framegen"_L1)))
-        return game;
+        return {};
+    LoadedGame game;
     for (const SettingsField &field : settingsFields) {
         const QVariant value = store.value(configKey(appid, field.key), field.readDefault);
         if (const auto *flag = std::get_if<bool GameSettings::*>(&field.member))
@@ -224,12 +225,10 @@ bool syncStore(QSettings &store)
         return !after || base::syncFileAndFolder(path);
     }
 
-    bool isBack = after == before;
-    if (hasSpare && ::rename(spare.constData(), file.constData()) == 0)
-        isBack = true;
-    else if (!isBack && before)
-        isBack = base::replaceFile(path, *before) == base::Replaced::Yes;
-    else if (!existed)
+    const bool isBack = (hasSpare && ::rename(spare.constData(), file.constData()) == 0) ||
+                        after == before ||
+                        (before && base::replaceFile(path, *before) == base::Replaced::Yes);
+    if (!existed)
         QFile::remove(path);
     if (isBack && hasSpare)
         ::unlink(spare.constData()); // one file's two names stay when one is renamed to the other
