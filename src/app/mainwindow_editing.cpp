@@ -117,11 +117,9 @@ void MainWindow::parseResolution(const QString &text, int &width, int &height)
     const QStringList parts = text.trimmed().split(u'x');
     if (parts.size() != 2)
         return;
-    bool isWidth = false;
-    bool isHeight = false;
-    const int w = parts[0].toInt(&isWidth);
-    const int h = parts[1].toInt(&isHeight);
-    if (isWidth && isHeight && w >= 320 && w <= 7680 && h >= 200 && h <= 4320) {
+    const int w = parts[0].toInt(); // 0 for what is no number
+    const int h = parts[1].toInt();
+    if (w >= 320 && w <= 7680 && h >= 200 && h <= 4320) {
         width = w;
         height = h;
     }

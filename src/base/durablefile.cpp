@@ -17,11 +17,11 @@ namespace
 
 bool sync(int descriptor)
 {
-    int result = 0;
-    do {
-        result = ::fsync(descriptor);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
+    while (::fsync(descriptor) != 0) {
+        if (errno != EINTR)
+            return false;
+    }
+    return true;
 }
 
 /// Syncs a file or folder by its name.

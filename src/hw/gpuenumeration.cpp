@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <optional>
 
 using namespace Qt::StringLiterals;
@@ -153,7 +154,7 @@ int chooseCompositingGpu(const QList<GpuInfo> &gpus)
         if (gpus[i].hasConnectedOutput && (best < 0 || (gpus[i].bootVga && !gpus[best].bootVga)))
             best = i;
     }
-    return best < 0 ? 0 : best;
+    return std::max(best, 0);
 }
 
 int chooseDefaultRenderGpu(const QList<GpuInfo> &gpus, int compositingIndex)
