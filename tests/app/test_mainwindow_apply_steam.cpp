@@ -2,8 +2,6 @@
 #include "modaldialogs.h"
 #include "windowuser.h"
 
-#include <QElapsedTimer>
-#include <QPaintEvent>
 #include <QProgressDialog>
 #include <QTest>
 #include <QWindow>
@@ -16,28 +14,6 @@ namespace
 const auto closeQuestion =
     u"Steam stores launch options in a file it rewrites on exit, so it must be closed to apply changes.\n\nClose Steam now? (It will be restarted afterwards.)"_s;
 const auto restartQuestion = u"Changes applied. Restart Steam now?"_s;
-
-/// Notes how long after being shown a progress dialog was painted first.
-class PaintWatch : public QObject
-{
-public:
-    PaintWatch() { qApp->installEventFilter(this); }
-    qint64 millisecondsToPaint = -1;
-
-    bool eventFilter(QObject *object, QEvent *event) override
-    {
-        if (qobject_cast<QProgressDialog *>(object)) {
-            if (event->type() == QEvent::Show)
-                sinceShown.start();
-            else if (event->type() == QEvent::Paint && millisecondsToPaint < 0)
-                millisecondsToPaint = sinceShown.elapsed();
-        }
-        return false;
-    }
-
-private:
-    QElapsedTimer sinceShown;
-};
 
 } // namespace
 
@@ -141,20 +117,6 @@ private Q_SLOTS:
         user.click(user.applyButton);
         QCOMPARE(label, u"Waiting for Steam to close\u2026"_s);
         QVERIFY(!QApplication::activeModalWidget());
-    }
-
-    void busyDialogIsPaintedBeforeTheFirstHalfSecondIsOver()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}});
-        machine.startSteamClient();
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::No});
-        const PaintWatch watch;
-        user.click(user.applyButton);
-        QVERIFY(watch.millisecondsToPaint >= 0);
-        QVERIFY2(watch.millisecondsToPaint < 500, QByteArray::number(watch.millisecondsToPaint));
     }
 
     void nothingGetsTheUserOutOfTheWait_data()
