@@ -153,7 +153,6 @@ void MainWindow::addGameItem(const steam::GameEntry &game)
 {
     const bool enabled = enabledGames.contains(game.appid);
     auto *item = new GameItem(game.name, game.iconPath);
-    item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
     item->setData(Qt::UserRole, game.appid);
     item->setCheckState(enabled ? Qt::Checked : Qt::Unchecked);
     if (!enabled && !game.launchOptions.isEmpty() &&

@@ -62,14 +62,14 @@ QList<GameEntry> scanGames()
     static const QRegularExpression manifestName(u"^appmanifest_(\\d+)\\.acf\\z"_s);
     static const QRegularExpression nameEntry(u"\"name\"\\s*\"([^\"]*)\""_s);
 
-    QList<GameEntry> games;
     const QString root = steamRoot();
     if (root.isEmpty())
-        return games;
+        return {};
     const QString localConfigFile = localConfigPath();
     const QString localConfig = localConfigFile.isEmpty() ? QString() : readText(localConfigFile);
     const AppsSection appsSection = cutAppsSection(localConfig);
     const QString imageCache = root + "/appcache/librarycache/"_L1;
+    QList<GameEntry> games;
     for (const QString &library : steamLibraryDirs()) {
         for (const QString &file : QDir(library).entryList(QDir::Files, QDir::NoSort)) {
             const QString appid = manifestName.match(file).captured(1);
