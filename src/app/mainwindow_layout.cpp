@@ -85,7 +85,7 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
 
 void MainWindow::buildSettingsGroup()
 {
-    settingsGroup = named(new GameGroup(u"Game settings"_s), u"settingsGroup"_s);
+    settingsGroup = named(new GameGroup, u"settingsGroup"_s);
     auto *layout = new QVBoxLayout(settingsGroup);
 
     upscalingCheck = named(new QCheckBox(u"Upscaling (FSR)"_s), u"upscalingCheck"_s);

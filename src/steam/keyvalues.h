@@ -21,7 +21,6 @@ struct BraceSpan {
     qsizetype close = -1;
 
     bool isValid() const { return open >= 0; }
-    bool operator==(const BraceSpan &) const = default;
 };
 
 /// The position of the brace that closes the one at `start`; -1 when there is none.

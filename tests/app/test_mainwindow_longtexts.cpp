@@ -144,8 +144,8 @@ private Q_SLOTS:
         QVERIFY(fitting > 20);
     }
 
-    void longGpuNamesLeaveTheWindowAsItIs_data() { addNameRows(); }
-    void longGpuNamesLeaveTheWindowAsItIs()
+    void longGpuNamesAreWholeAndLeaveTheWindowAsItIs_data() { addNameRows(); }
+    void longGpuNamesAreWholeAndLeaveTheWindowAsItIs()
     {
         QFETCH(const QString, name);
         const QSize minimum = minimumSizeWithShortTexts();
@@ -156,6 +156,9 @@ private Q_SLOTS:
         const WindowUser user;
         compareWithShortTexts(user, minimum);
         QVERIFY(user.renderGpuCombo->width() <= 900);
+        // What is cut off would reach the last column.
+        const qreal end = lastInkedColumn(user.gpuLabel, user.gpuLabel->height());
+        QVERIFY2(end > 0 && end < user.gpuLabel->width() - 2, QByteArray::number(end));
     }
 
     void aLongItemIsShownWholeInThePopup()
