@@ -149,6 +149,19 @@ private Q_SLOTS:
         QVERIFY(user.pacingCombo->width() > user.pacingCombo->sizeHint().width());
     }
 
+    void labelsTakeNoMoreRoomThanTheirText()
+    {
+        const DialogUser user({}, 60);
+        int labels = 0;
+        for (const QLabel *label : user.dialog.findChildren<QLabel *>()) {
+            if (!label->buddy())
+                continue;
+            QCOMPARE(label->width(), label->sizeHint().width());
+            ++labels;
+        }
+        QCOMPARE(labels, 2);
+    }
+
     void labelsNameTheirControls()
     {
         const DialogUser user({}, 60);

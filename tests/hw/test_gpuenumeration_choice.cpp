@@ -14,9 +14,11 @@ enum Firmware { Other, BootVga };
 
 GpuInfo gpu(Display display, Firmware firmware, int linkWidth = 16)
 {
-    GpuInfo info;
-    info.hasConnectedOutput = display == Connected;
-    info.bootVga = firmware == BootVga;
+    GpuInfo info; // without a display, not the firmware's, until it is told
+    if (display == Connected)
+        info.hasConnectedOutput = true;
+    if (firmware == BootVga)
+        info.bootVga = true;
     info.linkWidth = linkWidth;
     return info;
 }

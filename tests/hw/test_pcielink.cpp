@@ -16,6 +16,7 @@ private Q_SLOTS:
     void gpuDisplayName();
     void linkDescription_data();
     void linkDescription();
+    void linkOfAGpuThatTellsNothing();
 };
 
 void TestPcieLink::pcieLaneBandwidth_data()
@@ -114,6 +115,11 @@ void TestPcieLink::linkDescription()
     gpu.linkSpeedText = speedText;
     gpu.linkBandwidth = bandwidth;
     QTEST(hw::linkDescription(gpu), "description");
+}
+
+void TestPcieLink::linkOfAGpuThatTellsNothing()
+{
+    QCOMPARE(hw::linkDescription({}), u"link unknown"_s);
 }
 
 QTEST_GUILESS_MAIN(TestPcieLink)
