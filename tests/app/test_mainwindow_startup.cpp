@@ -125,6 +125,20 @@ private Q_SLOTS:
                 found->buddy()->mapTo(&user.window, QPoint()).x());
     }
 
+    void labelsTakeNoMoreRoomThanTheirText()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        int labels = 0;
+        for (const QLabel *label : user.window.findChildren<QLabel *>()) {
+            if (!label->buddy())
+                continue;
+            QCOMPARE(label->width(), label->sizeHint().width());
+            ++labels;
+        }
+        QCOMPARE(labels, 5);
+    }
+
     void groupOfGpusIsTitled()
     {
         const PlayersMachine machine;
