@@ -160,3 +160,13 @@ void WindowUser::type(QComboBox *combo, const QString &text)
         QTest::keyClick(combo->lineEdit(), Qt::Key_Delete);
     QTest::keyClicks(combo->lineEdit(), text);
 }
+
+QList<int> spareWidthsOfLabels(const QWidget &window)
+{
+    QList<int> widths;
+    for (const QLabel *label : window.findChildren<QLabel *>()) {
+        if (label->buddy())
+            widths.append(label->width() - label->sizeHint().width());
+    }
+    return widths;
+}

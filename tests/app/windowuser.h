@@ -100,3 +100,6 @@ private:
         return widget;
     }
 };
+
+/// By how much the label of each control is wider than its text needs.
+QList<int> spareWidthsOfLabels(const QWidget &window);
