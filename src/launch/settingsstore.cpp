@@ -228,7 +228,7 @@ bool syncStore(QSettings &store)
     const bool isBack = (hasSpare && ::rename(spare.constData(), file.constData()) == 0) ||
                         after == before ||
                         (before && base::replaceFile(path, *before) == base::Replaced::Yes);
-    if (!existed)
+    if (!existed && !before)
         QFile::remove(path);
     if (isBack && hasSpare)
         ::unlink(spare.constData()); // one file's two names stay when one is renamed to the other
