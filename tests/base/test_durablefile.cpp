@@ -2,6 +2,7 @@
 #include "base/durablefile.h"
 
 #include "support/filesizelimit.h"
+#include "support/firstdescriptorfree.h"
 #include "support/scratchfile.h"
 
 #include <QFileInfo>
@@ -305,12 +306,8 @@ void TestDurableFile::cannotSyncWhatIsNotThere()
 void TestDurableFile::syncsWithTheFirstOfAllDescriptors()
 {
     const ScratchFile file("content");
-    const int input = ::dup(STDIN_FILENO);
-    ::close(STDIN_FILENO);
-    const bool synced = base::syncFileAndFolder(file.path());
-    ::dup2(input, STDIN_FILENO);
-    ::close(input);
-    QVERIFY(synced);
+    const support::FirstDescriptorFree free;
+    QVERIFY(base::syncFileAndFolder(file.path()));
 }
 
 void TestDurableFile::keepsNoDescriptorOpen()

@@ -4,6 +4,7 @@
 
 #include "support/callwatch.h"
 #include "support/filesizelimit.h"
+#include "support/firstdescriptorfree.h"
 #include "support/scratchfile.h"
 
 #include <QSettings>
@@ -133,12 +134,8 @@ private Q_SLOTS:
         const ScratchFile file(oneOriginal, storeName);
         QSettings store(file.path(), QSettings::IniFormat);
         store.setValue(u"original/9"_s, u"-novid"_s);
-        const int input = ::dup(STDIN_FILENO);
-        ::close(STDIN_FILENO);
-        const bool synced = launch::syncStore(store);
-        ::dup2(input, STDIN_FILENO);
-        ::close(input);
-        QVERIFY(synced);
+        const support::FirstDescriptorFree free;
+        QVERIFY(launch::syncStore(store));
         QCOMPARE(file.read(), twoOriginals);
     }
 
