@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Input: Steam's text, taken as UTF-8 and as Latin-1. Every locator and the reader find what the
-// plain telling of their rules finds.
+// plain telling of their rules finds, in the text and in its bytes.
 #include "model/steammodel.h"
 #include "require.h"
 #include "steam/keyvalues.h"
@@ -39,6 +39,17 @@ void compare(const QString &text)
     }
 }
 
+void compareBytes(const QByteArray &utf8)
+{
+    const std::u16string plain = QString::fromUtf8(utf8).toStdU16String();
+    const steam::AppsSection section = steam::cutAppsSection(utf8);
+    for (const QString &appid : {u"10"_s, u"620"_s}) {
+        fuzz::require(steam::readLaunchOptions(section, appid).toStdU16String() ==
+                          model::readLaunchOptions(plain, appid.toStdU16String()),
+                      "the launch options in the bytes");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
@@ -46,5 +57,6 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
     const QByteArray input(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     compare(QString::fromUtf8(input));
     compare(QString::fromLatin1(input));
+    compareBytes(input);
     return 0;
 }

@@ -19,13 +19,16 @@ namespace
 
 constexpr auto losslessScalingAppid = "993090"_L1;
 
-/// The content of a text file; empty when it cannot be opened.
-QString readText(const QString &path)
+/// The content of a file; empty when it cannot be opened.
+QByteArray readFile(const QString &path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QString readText(const QString &path)
+{
+    return QString::fromUtf8(readFile(path));
 }
 
 /// Steam's runtimes and tools have manifests like games.
@@ -66,7 +69,8 @@ QList<GameEntry> scanGames()
     if (root.isEmpty())
         return {};
     const QString localConfigFile = localConfigPath();
-    const QString localConfig = localConfigFile.isEmpty() ? QString() : readText(localConfigFile);
+    const QByteArray localConfig =
+        localConfigFile.isEmpty() ? QByteArray() : readFile(localConfigFile);
     const AppsSection appsSection = cutAppsSection(localConfig);
     const QString imageCache = root + "/appcache/librarycache/"_L1;
     QList<GameEntry> games;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "steam/keyvalues.h"
 
-#include <QStringBuilder>
-
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -12,20 +10,55 @@ namespace steam
 namespace
 {
 
-bool isSpace(QChar c)
+// Every rule is told once, as a template for both kinds of text; the public functions come last.
+
+const char16_t *unitsOf(QStringView text)
 {
-    return c == u' ' || (c >= u'\t' && c <= u'\r');
+    return text.utf16();
+}
+
+const uchar *unitsOf(QByteArrayView utf8)
+{
+    return reinterpret_cast<const uchar *>(utf8.data());
+}
+
+QString decoded(QStringView text)
+{
+    return text.toString();
+}
+
+QString decoded(QByteArrayView utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+/// How many units the text has when it is decoded.
+qsizetype decodedSize(QStringView text)
+{
+    return text.size();
+}
+
+qsizetype decodedSize(QByteArrayView utf8)
+{
+    return decoded(utf8).size();
+}
+
+bool isSpace(char16_t unit)
+{
+    return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
 }
 
 /// The position of the first unit at or after `from` that is no white space.
-qsizetype skipSpace(QStringView text, qsizetype from)
+template <typename Text>
+qsizetype skipSpace(Text text, qsizetype from)
 {
-    while (from < text.size() && isSpace(text[from]))
+    while (from < text.size() && isSpace(unitsOf(text)[from]))
         ++from;
     return from;
 }
 
-// The two loops that read every unit are compiled twice, and the machine's own instructions choose.
+// The two loops that read every unit are compiled twice for each kind of text, and the machine's
+// own instructions choose.
 #if defined(__x86_64__) && defined(__linux__)
 #define MARROW_VECTORISED __attribute__((target_clones("avx2", "default")))
 #else
@@ -33,66 +66,63 @@ qsizetype skipSpace(QStringView text, qsizetype from)
 #endif
 
 /// How many units the loops below take at once: they compile to vector instructions, and what they
-/// find in a stretch decides whether it must be walked unit by unit.
+/// find in a stretch decides whether it must be walked unit by unit. A unit can count to it.
 constexpr qsizetype stretch = 128;
 
-/// The first position of `key`, which is at least two units long, at or after `from`; -1 for none.
-/// Only a stretch in which three of its units fit somewhere is walked.
-MARROW_VECTORISED
-qsizetype indexOfKey(QStringView text, QStringView key, qsizetype from)
+template <typename Unit>
+[[gnu::always_inline]] inline qsizetype indexOfKeyIn(const Unit *units, qsizetype size,
+                                                     QLatin1StringView key, qsizetype from)
 {
-    const char16_t *const units = text.utf16();
     const qsizetype middle = key.size() / 2;
     const qsizetype last = key.size() - 1;
-    const char16_t second = key.utf16()[1];
-    const char16_t halfway = key.utf16()[middle];
-    const char16_t final = key.utf16()[last];
-    const qsizetype behind = text.size() - last; // no key begins here or later
+    const auto second = static_cast<Unit>(key[1].unicode());
+    const auto halfway = static_cast<Unit>(key[middle].unicode());
+    const auto final = static_cast<Unit>(key[last].unicode());
+    const qsizetype behind = size - last; // no key begins here or later
     for (qsizetype begin = from; begin < behind; begin += stretch) {
         const qsizetype end = std::min(begin + stretch, behind);
-        quint16 hits = 0;
+        Unit hits = 0;
         for (qsizetype i = begin; i < end; ++i) {
             const auto difference =
-                static_cast<quint16>((units[i + 1] ^ second) | (units[i + middle] ^ halfway) |
-                                     (units[i + last] ^ final));
-            hits = static_cast<quint16>(hits | (difference == 0 ? 0xFFFF : 0));
+                static_cast<Unit>((units[i + 1] ^ second) | (units[i + middle] ^ halfway) |
+                                  (units[i + last] ^ final));
+            hits = static_cast<Unit>(hits | (difference == 0 ? 0xFF : 0));
         }
         for (qsizetype i = begin; hits != 0 && i < end; ++i) {
             if (units[i + 1] == second && units[i + last] == final &&
-                text.sliced(i).startsWith(key))
+                std::equal(key.begin(), key.end(), units + i))
                 return i;
         }
     }
     return -1;
 }
 
-/// The next place, at or after `from`, where `quotedKey` stands with `next` behind it, white space
-/// between them allowed: the positions of the key's first quote and of `next`.
-BraceSpan findKey(QStringView text, QStringView quotedKey, QChar next, qsizetype from)
+/// The first position of `key`, which is at least two units long, at or after `from`; -1 for none.
+/// Only a stretch in which three of its units fit somewhere is walked.
+MARROW_VECTORISED
+qsizetype indexOfKey(QStringView text, QLatin1StringView key, qsizetype from)
 {
-    while ((from = indexOfKey(text, quotedKey, from)) >= 0) {
-        const qsizetype behind = skipSpace(text, from + quotedKey.size());
-        if (behind < text.size() && text[behind] == next)
-            return {from, behind};
-        ++from;
-    }
-    return {};
+    return indexOfKeyIn(unitsOf(text), text.size(), key, from);
 }
 
-} // namespace
-
 MARROW_VECTORISED
-qsizetype matchingBrace(QStringView text, qsizetype start)
+qsizetype indexOfKey(QByteArrayView utf8, QLatin1StringView key, qsizetype from)
 {
-    const char16_t *const units = text.utf16();
+    return indexOfKeyIn(unitsOf(utf8), utf8.size(), key, from);
+}
+
+template <typename Unit>
+[[gnu::always_inline]] inline qsizetype matchingBraceIn(const Unit *units, qsizetype size,
+                                                        qsizetype start)
+{
     qsizetype depth = 0;
-    for (qsizetype begin = start; begin < text.size(); begin += stretch) {
-        const qsizetype end = std::min(begin + stretch, text.size());
-        quint16 opening = 0;
-        quint16 closing = 0;
+    for (qsizetype begin = start; begin < size; begin += stretch) {
+        const qsizetype end = std::min(begin + stretch, size);
+        Unit opening = 0;
+        Unit closing = 0;
         for (qsizetype i = begin; i < end; ++i) {
-            opening = static_cast<quint16>(opening + (units[i] == u'{'));
-            closing = static_cast<quint16>(closing + (units[i] == u'}'));
+            opening = static_cast<Unit>(opening + (units[i] == u'{' ? 1 : 0));
+            closing = static_cast<Unit>(closing + (units[i] == u'}' ? 1 : 0));
         }
         // Walked only when one of its closing braces can bring the depth to zero.
         if (depth + opening < 1 || depth > closing) {
@@ -109,65 +139,134 @@ qsizetype matchingBrace(QStringView text, qsizetype start)
     return -1;
 }
 
-BraceSpan findAppsSection(QStringView text)
+/// The next place, at or after `from`, where `quotedKey` stands with `next` behind it, white space
+/// between them allowed: the positions of the key's first quote and of `next`.
+template <typename Text>
+BraceSpan findKey(Text text, QLatin1StringView quotedKey, char16_t next, qsizetype from)
 {
-    BraceSpan largest;
-    // The search ends where what is left of the text has no room for a larger section.
-    for (qsizetype from = 0; text.size() - 1 - from > largest.close - largest.open;) {
-        const qsizetype open = findKey(text, u"\"apps\"", u'{', from).close;
-        if (open < 0)
-            break;
-        const BraceSpan section{open, matchingBrace(text, open)};
-        if (section.close - section.open > largest.close - largest.open)
-            largest = section;
-        from = open;
-    }
-    return largest;
-}
-
-AppsSection cutAppsSection(QStringView text)
-{
-    const BraceSpan apps = findAppsSection(text);
-    return {apps.isValid() ? text.sliced(apps.open, apps.close + 1 - apps.open) : QStringView()};
-}
-
-BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid)
-{
-    const QString quotedId = u'"' % appid % u'"';
-    // Neither a key outside the section counts nor a block that ends outside it.
-    const QStringView section = text.first(apps.close + 1);
-    for (BraceSpan key = findKey(section, quotedId, u'{', apps.open); key.isValid();
-         key = findKey(section, quotedId, u'{', key.close)) {
-        const BraceSpan block{key.close, matchingBrace(section, key.close)};
-        if (block.close != -1)
-            return block;
+    while ((from = indexOfKey(text, quotedKey, from)) >= 0) {
+        const qsizetype behind = skipSpace(text, from + quotedKey.size());
+        if (behind < text.size() && unitsOf(text)[behind] == next)
+            return {from, behind};
+        ++from;
     }
     return {};
 }
 
-BraceSpan findLaunchOptionsValue(QStringView text, qsizetype from, qsizetype to)
+template <typename Text>
+BraceSpan findSection(Text text)
 {
-    const QStringView range = text.first(to);
-    const qsizetype open = findKey(range, u"\"LaunchOptions\"", u'"', from).close;
-    const qsizetype close = open < 0 ? -1 : range.indexOf(u'"', open + 1);
-    return close < 0 ? BraceSpan{} : BraceSpan{open, close};
+    const auto sizeOf = [text](BraceSpan section) {
+        return decodedSize(text.sliced(section.open, section.close - section.open));
+    };
+    BraceSpan largest;
+    for (qsizetype from = 0;;) {
+        const qsizetype open = findKey(text, "\"apps\""_L1, u'{', from).close;
+        if (open < 0)
+            return largest;
+        const BraceSpan section{open, matchingBrace(text, open)};
+        // One that closes inside the largest so far opens there too.
+        if (section.close > largest.close &&
+            (!largest.isValid() || sizeOf(section) > sizeOf(largest)))
+            largest = section;
+        from = open;
+    }
 }
 
-QString readLaunchOptions(AppsSection section, QStringView appid)
+template <typename Text>
+BraceSpan findBlock(Text text, BraceSpan apps, QStringView appid)
 {
-    const QStringView text = section.text;
-    const BraceSpan block = findAppBlock(text, {0, text.size() - 1}, appid);
+    const QByteArray quotedId = '"' + appid.toLatin1() + '"';
+    // Neither a key outside the section counts nor a block that ends outside it.
+    const Text section = text.first(apps.close + 1);
+    for (qsizetype from = apps.open;;) {
+        const qsizetype open = findKey(section, QLatin1StringView(quotedId), u'{', from).close;
+        if (open < 0)
+            return {};
+        const BraceSpan block{open, matchingBrace(section, open)};
+        if (block.close >= 0)
+            return block;
+        from = open;
+    }
+}
+
+template <typename Text>
+BraceSpan findValue(Text text, qsizetype from, qsizetype to)
+{
+    const qsizetype open = findKey(text.first(to), "\"LaunchOptions\""_L1, u'"', from).close;
+    if (open < 0)
+        return {};
+    const auto *const units = unitsOf(text);
+    const qsizetype close = std::find(units + open + 1, units + to, u'"') - units;
+    return close < to ? BraceSpan{open, close} : BraceSpan{};
+}
+
+template <typename Text>
+QString readValue(Text text, BraceSpan apps, QStringView appid)
+{
+    const BraceSpan block = findBlock(text, apps, appid);
     if (!block.isValid())
         return {};
-    const BraceSpan value = findLaunchOptionsValue(text, block.open, block.close);
+    const BraceSpan value = findValue(text, block.open, block.close);
     if (!value.isValid())
         return {};
-    return text.sliced(value.open + 1, value.close - value.open - 1).toString();
+    // Decoded with its quote: what stands at the very start of a text could be a byte-order mark.
+    return decoded(text.sliced(value.open, value.close - value.open)).remove(0, 1);
+}
+
+} // namespace
+
+MARROW_VECTORISED
+qsizetype matchingBrace(QStringView text, qsizetype start)
+{
+    return matchingBraceIn(unitsOf(text), text.size(), start);
+}
+
+MARROW_VECTORISED
+qsizetype matchingBrace(QByteArrayView utf8, qsizetype start)
+{
+    return matchingBraceIn(unitsOf(utf8), utf8.size(), start);
+}
+
+BraceSpan findAppsSection(QStringView text)
+{
+    return findSection(text);
+}
+
+BraceSpan findAppsSection(QByteArrayView utf8)
+{
+    return findSection(utf8);
+}
+
+AppsSection cutAppsSection(QByteArrayView utf8)
+{
+    const BraceSpan apps = findAppsSection(utf8);
+    return {apps.isValid() ? utf8.sliced(apps.open, apps.close + 1 - apps.open) : QByteArrayView()};
+}
+
+BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid)
+{
+    return findBlock(text, apps, appid);
+}
+
+BraceSpan findAppBlock(QByteArrayView utf8, BraceSpan apps, QStringView appid)
+{
+    return findBlock(utf8, apps, appid);
+}
+
+BraceSpan findLaunchOptionsValue(QStringView text, qsizetype from, qsizetype to)
+{
+    return findValue(text, from, to);
 }
 
 QString readLaunchOptions(QStringView text, QStringView appid)
 {
-    return readLaunchOptions(cutAppsSection(text), appid);
+    return readValue(text, findAppsSection(text), appid);
+}
+
+QString readLaunchOptions(AppsSection section, QStringView appid)
+{
+    return readValue(section.utf8, {0, section.utf8.size() - 1}, appid);
 }
 
 } // namespace steam

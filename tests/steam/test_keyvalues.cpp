@@ -30,6 +30,15 @@ Marked unmark(QString text)
     return marked;
 }
 
+/// The same span in the text that the bytes decode to.
+BraceSpan decoded(BraceSpan span, const QByteArray &utf8)
+{
+    const auto position = [&utf8](qsizetype byte) {
+        return byte < 0 ? -1 : QString::fromUtf8(utf8.first(byte)).size();
+    };
+    return {position(span.open), position(span.close)};
+}
+
 } // namespace
 
 class TestKeyValues : public QObject
@@ -95,33 +104,39 @@ void TestKeyValues::matchingBrace()
     QFETCH(QString, text);
     QFETCH(qsizetype, start);
     QTEST(steam::matchingBrace(text, start), "close");
+    QTEST(steam::matchingBrace(text.toLatin1(), start), "close");
 }
 
 void TestKeyValues::matchingBraceFarAway_data()
 {
     QTest::addColumn<int>("distance");
-    for (const int distance : {254, 255, 256, 257, 511, 512, 513, 100'000})
+    for (const int distance : {63, 64, 127, 128, 129, 254, 255, 256, 257, 511, 512, 513, 100'000})
         QTest::addRow("%d units away", distance) << distance;
 }
 
 void TestKeyValues::matchingBraceFarAway()
 {
     QFETCH(int, distance);
+    // In the text and in its bytes, which are ASCII here.
+    const auto compare = [](const QString &text, qsizetype start, qsizetype close) {
+        QCOMPARE(steam::matchingBrace(text, start), close);
+        QCOMPARE(steam::matchingBrace(text.toLatin1(), start), close);
+    };
     const QString filler(distance - 1, u'x');
-    QCOMPARE(steam::matchingBrace(u'{' + filler + u"}}"_s, 0), distance);
-    QCOMPARE(steam::matchingBrace(u"}}{"_s + filler + u'}', 2), distance + 2);
-    QCOMPARE(steam::matchingBrace(u'{' + filler, 0), -1);
+    compare(u'{' + filler + u"}}"_s, 0, distance);
+    compare(u"}}{"_s + filler + u'}', 2, distance + 2);
+    compare(u'{' + filler, 0, -1);
 
     // As deep as far: every closing brace in the second half.
     const QString deep = QString(distance, u'{') + QString(distance, u'}');
-    QCOMPARE(steam::matchingBrace(deep, 0), 2 * distance - 1);
-    QCOMPARE(steam::matchingBrace(deep, 1), 2 * distance - 2);
-    QCOMPARE(steam::matchingBrace(deep, distance - 1), distance);
+    compare(deep, 0, 2 * distance - 1);
+    compare(deep, 1, 2 * distance - 2);
+    compare(deep, distance - 1, distance);
 
     // Below zero first: as many opening braces bring it up to zero, and one more pair closes.
     const QString low = QString(distance, u'}') + QString(distance, u'{');
-    QCOMPARE(steam::matchingBrace(low, 0), -1);
-    QCOMPARE(steam::matchingBrace(low + u"{}"_s, 0), 2 * distance + 1);
+    compare(low, 0, -1);
+    compare(low + u"{}"_s, 0, 2 * distance + 1);
 }
 
 void TestKeyValues::appsSection_data()
@@ -150,6 +165,11 @@ void TestKeyValues::appsSection_data()
     row("the first never closes", u"\"apps\" { \"apps\" «{ »}"_s);
     row("none ever closes", u"\"apps\" { \"10\" { }"_s);
     row("one inside another", u"\"apps\" «{ \"apps\" { } »}"_s);
+    row("letters count, not their bytes", u"\"apps\" { äöü🎮 } \"apps\" «{ letters »}"_s);
+    row("of equals the first, whatever its bytes", u"\"apps\" «{ abc »} \"apps\" { äöü }"_s);
+    row("more bytes and letters", u"\"apps\" «{ äöüä »} \"apps\" { abc }"_s);
+    row("a pair of units each", u"\"apps\" { 🎮🎮 } \"apps\" «{ 12345 »}"_s);
+    row("behind letters of many bytes", u"\ufeffä🎮 \"apps\" «{ ä »} ä"_s);
     row("brace in a value ends it early", u"\"apps\" «{ \"10\" { \"x\" \"}\" »} }"_s);
     row("brace in a value ends it late", u"\"apps\" «{ \"10\" { \"x\" \"{\" } } »}"_s);
     row("key in a value counts", u"\"x\" \"y \"apps\" «{ »}"_s);
@@ -162,6 +182,11 @@ void TestKeyValues::appsSection()
     const BraceSpan found = steam::findAppsSection(text);
     QCOMPARE(found.open, span.open);
     QCOMPARE(found.close, span.close);
+
+    const QByteArray utf8 = 'x' + text.toUtf8(); // a mark at the very start would be left out
+    const BraceSpan inBytes = decoded(steam::findAppsSection(utf8), utf8);
+    QCOMPARE(inBytes.open, span.isValid() ? span.open + 1 : -1);
+    QCOMPARE(inBytes.close, span.isValid() ? span.close + 1 : -1);
 }
 
 void TestKeyValues::appBlock_data()
@@ -198,6 +223,12 @@ void TestKeyValues::appBlock()
     const BraceSpan found = steam::findAppBlock(text, steam::findAppsSection(text), appid);
     QCOMPARE(found.open, span.open);
     QCOMPARE(found.close, span.close);
+
+    const QByteArray utf8 = text.toUtf8();
+    const BraceSpan inBytes =
+        decoded(steam::findAppBlock(utf8, steam::findAppsSection(utf8), appid), utf8);
+    QCOMPARE(inBytes.open, span.open);
+    QCOMPARE(inBytes.close, span.close);
 }
 
 void TestKeyValues::noAppBlockWithoutASection()
@@ -311,12 +342,16 @@ void TestKeyValues::launchOptions_data()
         u"\"apps\" { \"10\" { \"LaunchOptions\" \" a\r\n\tb \" } }"_s, u" a\r\n\tb "_s);
     row("letters beyond ASCII", u"\"apps\" { \"10\" { \"LaunchOptions\" \"Spiel Ü 🎮 \u2028\" } }"_s,
         u"Spiel Ü 🎮 \u2028"_s);
+    row("a byte-order mark is a letter of the options",
+        u"\"apps\" { \"10\" { \"LaunchOptions\" \"\ufeffx\" } }"_s, u"\ufeffx"_s);
 }
 
 void TestKeyValues::launchOptions()
 {
     QFETCH(QString, text);
     QTEST(steam::readLaunchOptions(text, u"10"_s), "options");
+    const QByteArray utf8 = text.toUtf8();
+    QTEST(steam::readLaunchOptions(steam::cutAppsSection(utf8), u"10"_s), "options");
 }
 
 QTEST_GUILESS_MAIN(TestKeyValues)

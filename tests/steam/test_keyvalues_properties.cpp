@@ -22,6 +22,7 @@ private Q_SLOTS:
     void appBlockIsTheModels();
     void appBlockInAnySpanIsTheModels();
     void launchOptionsAreTheModels();
+    void launchOptionsInBytesAreTheModels();
 };
 
 namespace
@@ -48,6 +49,20 @@ struct Seen {
 model::Block asBlock(BraceSpan span)
 {
     return {span.open, span.close};
+}
+
+/// Any text, or a few sections, one after the other, whose sizes are close in letters and in bytes.
+rc::Gen<Text> anySections()
+{
+    const rc::Gen<Text> letters = support::joined(
+        rc::gen::element<Text>(u"a", u"\u00e4", u"\u20ac", u"{}", Text(1, 0xdc80)), 6);
+    const rc::Gen<Text> section =
+        rc::gen::map(rc::gen::tuple(letters, support::appBlock(), letters),
+                     [](const std::tuple<Text, Text, Text> &parts) {
+                         const auto &[before, block, behind] = parts;
+                         return u"\"apps\"{" + before + block + behind + u'}';
+                     });
+    return rc::gen::oneOf(support::anyText(), support::joined(section, 4));
 }
 
 BraceSpan asSpan(model::Block block)
@@ -120,18 +135,35 @@ void TestKeyValuesProperties::appBlockInAnySpanIsTheModels()
 void TestKeyValuesProperties::launchOptionsAreTheModels()
 {
     Seen seen;
+    QVERIFY(rc::check("readLaunchOptions equals the model", [&seen] {
+        const Text text = *support::anyText();
+        const Text appid = *support::anyAppid();
+        const Text expected = model::readLaunchOptions(text, appid);
+        RC_LOG() << support::escaped(text);
+        seen.note(!expected.empty(), text);
+        RC_ASSERT(steam::readLaunchOptions(text, appid).toStdU16String() == expected);
+    }));
+    QVERIFY(seen.enough());
+}
+
+void TestKeyValuesProperties::launchOptionsInBytesAreTheModels()
+{
+    Seen seen;
+    int compared = 0;
     QVERIFY(
-        rc::check("the whole text and its section cut out both give what the model does", [&seen] {
-            const Text text = *support::anyText();
+        rc::check("the section cut out of a file gives what the model does with all of it", [&] {
+            const std::string file = *rc::gen::map(anySections(), support::toFileBytes);
             const Text appid = *support::anyAppid();
+            const Text text = QString::fromStdString(file).toStdU16String();
             const Text expected = model::readLaunchOptions(text, appid);
             RC_LOG() << support::escaped(text);
             seen.note(!expected.empty(), text);
-            RC_ASSERT(steam::readLaunchOptions(text, appid).toStdU16String() == expected);
-            const steam::AppsSection section = steam::cutAppsSection(text);
+            compared += text.size() < file.size() && model::findAppsSection(text).open >= 0 ? 1 : 0;
+            const steam::AppsSection section = steam::cutAppsSection(file);
             RC_ASSERT(steam::readLaunchOptions(section, appid).toStdU16String() == expected);
         }));
     QVERIFY(seen.enough());
+    QVERIFY(compared > 0);
 }
 
 QTEST_GUILESS_MAIN(TestKeyValuesProperties)
