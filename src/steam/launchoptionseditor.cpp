@@ -13,9 +13,10 @@
 
 using namespace Qt::StringLiterals;
 
-// The file is edited as Latin-1 text, one unit a byte, whatever its encoding: keys, quotes and
-// braces are ASCII and cannot be part of a longer UTF-8 sequence, and no byte that is not valid
-// UTF-8, no byte-order mark and no line end can be bent on the way. Only the options are encoded.
+// The file is edited as bytes, and the part of it that changes is looked at as Latin-1 text, one
+// unit a byte, whatever its encoding: keys, quotes and braces are ASCII and cannot be part of a
+// longer UTF-8 sequence, and no byte that is not valid UTF-8, no byte-order mark and no line end
+// can be bent on the way. Only the options are encoded.
 
 namespace steam
 {
@@ -106,21 +107,21 @@ bool setLaunchOptions(const QString &path, const QString &appid, const QString &
     std::optional<QByteArray> bytes = base::readWholeFile(path);
     if (!bytes)
         return fail("cannot open "_L1 + path);
-    QString text = QString::fromLatin1(*bytes);
     const QString newOptions = QString::fromLatin1(options.toUtf8());
 
-    const BraceSpan apps = findAppsSection(text);
+    const BraceSpan apps = findAppsSection(*bytes);
     if (!apps.isValid())
         return fail(u"no apps section found"_s);
-    const BraceSpan block = findAppBlock(text, apps, appid);
-    // What is replaced, and by what; a position in the text is one in the bytes.
+    const BraceSpan block = findAppBlock(*bytes, apps, appid);
+    const auto textOf = [&bytes](qsizetype from, qsizetype to) {
+        return QString::fromLatin1(QByteArrayView(*bytes).sliced(from, to - from));
+    };
     BraceSpan replaced;
     QString replacement;
     bool doubtful = false;
     if (block.isValid()) {
         replaced = {block.open, block.close + 1};
-        const QStringView blockText =
-            QStringView(text).sliced(replaced.open, replaced.close - replaced.open);
+        const QString blockText = textOf(replaced.open, replaced.close);
         std::optional<QString> edited = replaceValues(blockText, newOptions, doubtful);
         if (!edited)
             edited = insertLine(blockText, newOptions);
@@ -134,16 +135,14 @@ bool setLaunchOptions(const QString &path, const QString &appid, const QString &
             return fail(u"brace count changed; refusing to write"_s);
     } else {
         replaced = {apps.open + 1, apps.open + 1};
-        replacement = newBlock(QStringView(text).sliced(apps.open, apps.close - apps.open), appid,
-                               newOptions);
+        replacement = newBlock(textOf(apps.open, apps.close), appid, newOptions);
     }
-    text.replace(replaced.open, replaced.close - replaced.open, replacement);
-    if (doubtful || !options.isValidUtf16() || readLaunchOptions(text, appid) != newOptions)
+    bytes->replace(replaced.open, replaced.close - replaced.open, replacement.toLatin1());
+    if (doubtful || readLaunchOptions(cutAppsSection(*bytes), appid) != options)
         return fail("post-edit verification failed for "_L1 + appid);
 
     if (makeBackup && writeBackup(path).isEmpty())
         return fail("could not write backup for "_L1 + path);
-    bytes->replace(replaced.open, replaced.close - replaced.open, replacement.toLatin1());
     switch (base::replaceFile(path, *bytes)) {
     case base::Replaced::Yes:
         break;

@@ -199,6 +199,72 @@ std::string narrow(const Text &text)
     return bytes;
 }
 
+/// How many bytes, one a unit, form the UTF-8 character at `i`; 1 also when they form none.
+std::int64_t characterSize(const Text &bytes, std::int64_t i)
+{
+    const char16_t lead = at(bytes, i);
+    std::int64_t size = 1;
+    if (lead >= 0xc2 && lead <= 0xdf)
+        size = 2;
+    if (lead >= 0xe0 && lead <= 0xef)
+        size = 3;
+    if (lead >= 0xf0 && lead <= 0xf4)
+        size = 4;
+    if (size == 1 || i + size > length(bytes))
+        return 1;
+    for (std::int64_t next = i + 1; next < i + size; ++next) {
+        if (at(bytes, next) < 0x80 || at(bytes, next) > 0xbf)
+            return 1;
+    }
+    const char16_t second = at(bytes, i + 1);
+    const bool isTooLong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
+    const bool isNone = (lead == 0xed && second > 0x9f) || (lead == 0xf4 && second > 0x8f);
+    return isTooLong || isNone ? 1 : size;
+}
+
+/// How many units the bytes, one a unit, decode to; a byte that is part of no character decodes to
+/// one.
+std::int64_t decodedLength(const Text &bytes)
+{
+    std::int64_t units = 0;
+    for (std::int64_t i = 0; i < length(bytes);) {
+        const std::int64_t size = characterSize(bytes, i);
+        units += size == 4 ? 2 : 1;
+        i += size;
+    }
+    return units;
+}
+
+Block largestSection(const Text &text, std::int64_t (*size)(const Text &))
+{
+    Block kept;
+    std::int64_t keptSize = 0;
+    for (const Match &match : blockKeys(text, u"apps")) {
+        const Block found{match.end - 1, matchingBrace(text, match.end - 1)};
+        if (found.close <= 0)
+            continue;
+        const std::int64_t foundSize = size(part(text, found.open, found.close));
+        if (kept.open < 0 || foundSize > keptSize) {
+            kept = found;
+            keptSize = foundSize;
+        }
+    }
+    return kept;
+}
+
+Text optionsIn(const Text &text, Block apps, const Text &appid)
+{
+    if (apps.open < 0)
+        return {};
+    const Block block = findAppBlock(text, apps, appid);
+    if (block.open < 0)
+        return {};
+    const Text content = part(text, block.open, block.close);
+    const std::vector<Match> values = allMatches(content, valueEntry);
+    return values.empty() ? Text{}
+                          : part(content, values.front().groupStart, values.front().groupEnd);
+}
+
 } // namespace
 
 std::int64_t matchingBrace(const std::u16string &text, std::int64_t start)
@@ -218,15 +284,7 @@ std::int64_t matchingBrace(const std::u16string &text, std::int64_t start)
 
 Block findAppsSection(const std::u16string &text)
 {
-    Block kept;
-    for (const Match &match : blockKeys(text, u"apps")) {
-        const Block found{match.end - 1, matchingBrace(text, match.end - 1)};
-        if (found.close <= 0)
-            continue;
-        if (kept.open < 0 || found.close - found.open > kept.close - kept.open)
-            kept = found;
-    }
-    return kept;
+    return largestSection(text, length);
 }
 
 Block findAppBlock(const std::u16string &text, Block apps, const std::u16string &appid)
@@ -243,16 +301,7 @@ Block findAppBlock(const std::u16string &text, Block apps, const std::u16string 
 
 std::u16string readLaunchOptions(const std::u16string &text, const std::u16string &appid)
 {
-    const Block apps = findAppsSection(text);
-    if (apps.open < 0)
-        return {};
-    const Block block = findAppBlock(text, apps, appid);
-    if (block.open < 0)
-        return {};
-    const Text content = part(text, block.open, block.close);
-    const std::vector<Match> values = allMatches(content, valueEntry);
-    return values.empty() ? Text{}
-                          : part(content, values.front().groupStart, values.front().groupEnd);
+    return optionsIn(text, findAppsSection(text), appid);
 }
 
 Edit setLaunchOptions(const std::string &bytes, const std::string &appid,
@@ -273,7 +322,7 @@ Edit setLaunchOptions(const std::string &bytes, const std::string &appid,
     bool wellFormed = true; // if not, refused at the end: it could not read back
     const Text value = widen(encode(options, wellFormed));
 
-    const Block apps = findAppsSection(text);
+    const Block apps = largestSection(text, decodedLength);
     if (apps.open < 0)
         return refuse("no apps section found");
     const Block block = findAppBlock(text, apps, id);
@@ -324,7 +373,8 @@ Edit setLaunchOptions(const std::string &bytes, const std::string &appid,
                  part(text, apps.open + 1, length(text));
     }
 
-    if (!wellFormed || oldValueGoesOn || readLaunchOptions(edited, id) != value)
+    if (!wellFormed || oldValueGoesOn ||
+        optionsIn(edited, largestSection(edited, decodedLength), id) != value)
         return refuse("post-edit verification failed for " + appid);
     return {true, "", narrow(edited)};
 }

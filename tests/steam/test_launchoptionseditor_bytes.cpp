@@ -21,6 +21,7 @@ private Q_SLOTS:
     void oddBytesStay();
     void optionsOfOddText_data();
     void optionsOfOddText();
+    void sectionWithTheMostLettersIsEdited();
     void noOtherBlanks_data();
     void noOtherBlanks();
     void carriageReturnsStay();
@@ -127,6 +128,16 @@ void TestLaunchOptionsEditorBytes::optionsOfOddText()
     QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, options, false, nullptr));
     QCOMPARE(file.read(), "\"apps\" { \"620\" { \"LaunchOptions\" \"" + bytes + "\" } }");
     QCOMPARE(steam::readLaunchOptions(QString::fromUtf8(file.read()), u"620"_s), options);
+}
+
+void TestLaunchOptionsEditorBytes::sectionWithTheMostLettersIsEdited()
+{
+    // The first has more bytes.
+    const QByteArray first = "\"apps\" { \"620\" { \"LaunchOptions\" \"äöü\" } }\n";
+    const QByteArray head = "\"apps\" { \"620\" { \"LaunchOptions\" \"";
+    const ScratchFile file(first + head + "four\" } }");
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"abcde"_s, false, nullptr));
+    QCOMPARE(file.read(), first + head + "abcde\" } }");
 }
 
 void TestLaunchOptionsEditorBytes::noOtherBlanks_data()
