@@ -20,6 +20,9 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+/// What the last scan took, in nanoseconds.
+qint64 scanNs = 0;
+
 QByteArray localConfigBytes()
 {
     return base::readWholeFile(steam::localConfigPath()).value();
@@ -112,8 +115,7 @@ void recount(benchmark::State &state)
 }
 BENCHMARK(recount);
 
-/// The rebuilding of the list: what a Refresh takes longer than the scan in it, taken each time
-/// from the scan right before. A scan takes longer than what is sought: hence the repetitions.
+/// The rebuilding of the list: what a Refresh takes longer than the scan in it.
 void list(benchmark::State &state)
 {
     MainWindow window;
@@ -122,15 +124,27 @@ void list(benchmark::State &state)
     for (auto _ : state) {
         QElapsedTimer timer;
         timer.start();
-        benchmark::DoNotOptimize(steam::scanGames());
-        const qint64 scanNs = timer.nsecsElapsed();
         button->click();
-        state.SetIterationTime(double(timer.nsecsElapsed() - 2 * scanNs) * 1e-9);
+        state.SetIterationTime(double(timer.nsecsElapsed() - scanNs) * 1e-9);
     }
 }
-BENCHMARK(list)->UseManualTime()->Iterations(10)->Repetitions(5)->ReportAggregatesOnly();
+BENCHMARK(list)->UseManualTime()->Iterations(5)->Repetitions(9)->ReportAggregatesOnly();
 
 } // namespace
+
+// The linker takes every call of scanGames() here, so that a scan inside something else can be told
+// from the rest.
+QList<steam::GameEntry> scanGamesItself() asm("__real__ZN5steam9scanGamesEv");
+QList<steam::GameEntry> timedScanGames() asm("__wrap__ZN5steam9scanGamesEv");
+
+QList<steam::GameEntry> timedScanGames()
+{
+    QElapsedTimer timer;
+    timer.start();
+    QList<steam::GameEntry> games = scanGamesItself();
+    scanNs = timer.nsecsElapsed();
+    return games;
+}
 
 int main(int argc, char **argv)
 {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "launch/launchoptions.h"
 
+#include "base/firstmatch.h"
+
 #include <QStringList>
 
 #include <limits>
@@ -110,7 +112,7 @@ bool isOwnLaunchOptions(const QString &text)
 
 int captureInt(const QString &text, const QRegularExpression &pattern, int fallback)
 {
-    const QRegularExpressionMatch match = pattern.match(text);
+    const QRegularExpressionMatch match = base::firstMatch(text, pattern);
     return match.hasMatch() ? match.captured(1).toInt() : fallback;
 }
 
@@ -142,7 +144,7 @@ GameSettings parseLaunchOptions(const QString &text)
     settings.framecap = settings.caphz > 0;
     settings.renderres = text.contains(renderResolution);
     settings.debugoverlay = text.contains(debugOverlay);
-    const QRegularExpressionMatch pacingMatch = pacing.match(text);
+    const QRegularExpressionMatch pacingMatch = base::firstMatch(text, pacing);
     if (pacingMatch.hasMatch()) {
         const qint64 tenths =
             pacingMatch.captured(1).toInt() * qint64{10} + pacingMatch.captured(2).toInt();

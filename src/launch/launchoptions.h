@@ -28,11 +28,11 @@ QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &co
 bool isOwnLaunchOptions(const QString &text);
 
 /// The settings that `text` expresses; what it does not say has a fixed value. Meant for texts that
-/// isOwnLaunchOptions() accepts, but takes any.
+/// isOwnLaunchOptions() accepts, but takes any that is well-formed, as all decoded UTF-8 is.
 GameSettings parseLaunchOptions(const QString &text);
 
-/// Capture group 1 of the first match of `pattern` in `text` as a decimal number: `fallback`
-/// without a match, 0 when the number does not fit an int.
+/// Capture group 1 of the first match of `pattern` in `text`, which is well-formed, as a decimal
+/// number: `fallback` without a match, 0 when the number does not fit an int.
 int captureInt(const QString &text, const QRegularExpression &pattern, int fallback);
 
 } // namespace launch

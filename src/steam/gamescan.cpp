@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "steam/gamescan.h"
 
+#include "base/firstmatch.h"
 #include "steam/keyvalues.h"
 #include "steam/locations.h"
 
@@ -79,7 +80,8 @@ QList<GameEntry> scanGames()
             const QString appid = manifestName.match(file).captured(1);
             if (appid.isEmpty() || appid == losslessScalingAppid)
                 continue;
-            const QRegularExpressionMatch name = nameEntry.match(readText(library + u'/' + file));
+            const QRegularExpressionMatch name =
+                base::firstMatch(readText(library + u'/' + file), nameEntry);
             if (!name.hasMatch() || isSteamTool(name.captured(1)))
                 continue;
             games.append({appid, name.captured(1), findIcon(imageCache, appid),
@@ -97,8 +99,8 @@ QString findLosslessScalingDll()
     static const QRegularExpression installDir(u"\"installdir\"\\s*\"([^\"]*)\""_s);
 
     for (const QString &library : steamLibraryDirs()) {
-        const QRegularExpressionMatch folder = installDir.match(
-            readText(library + "/appmanifest_"_L1 + losslessScalingAppid + ".acf"_L1));
+        const QRegularExpressionMatch folder = base::firstMatch(
+            readText(library + "/appmanifest_"_L1 + losslessScalingAppid + ".acf"_L1), installDir);
         if (!folder.hasMatch())
             continue;
         const QString dll = library + "/common/"_L1 + folder.captured(1) + "/Lossless.dll"_L1;

@@ -2,6 +2,7 @@
 #include "steam/keyvalues.h"
 
 #include <algorithm>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 
@@ -81,14 +82,14 @@ template <typename Unit>
     const qsizetype behind = size - last; // no key begins here or later
     for (qsizetype begin = from; begin < behind; begin += stretch) {
         const qsizetype end = std::min(begin + stretch, behind);
-        Unit hits = 0;
+        Unit least = std::numeric_limits<Unit>::max();
         for (qsizetype i = begin; i < end; ++i) {
             const auto difference =
                 static_cast<Unit>((units[i + 1] ^ second) | (units[i + middle] ^ halfway) |
                                   (units[i + last] ^ final));
-            hits = static_cast<Unit>(hits | (difference == 0 ? 0xFF : 0));
+            least = std::min(least, difference);
         }
-        for (qsizetype i = begin; hits != 0 && i < end; ++i) {
+        for (qsizetype i = begin; least == 0 && i < end; ++i) {
             if (units[i + 1] == second && units[i + last] == final &&
                 std::equal(key.begin(), key.end(), units + i))
                 return i;

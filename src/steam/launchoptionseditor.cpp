@@ -2,6 +2,7 @@
 #include "steam/launchoptionseditor.h"
 
 #include "base/durablefile.h"
+#include "base/firstmatch.h"
 #include "steam/keyvalues.h"
 
 #include <QDateTime>
@@ -40,12 +41,9 @@ bool isEscaped(QStringView text, qsizetype position)
 }
 
 /// Where group 1 of the first match of `pattern` stands in `text`; the empty span without a match.
-/// The text is Latin-1 and so needs no check for well-formedness.
 BraceSpan captureSpan(QStringView text, const QRegularExpression &pattern)
 {
-    const QRegularExpressionMatch match =
-        pattern.match(text.toString(), 0, QRegularExpression::NormalMatch,
-                      QRegularExpression::DontCheckSubjectStringMatchOption);
+    const QRegularExpressionMatch match = base::firstMatch(text.toString(), pattern);
     return {match.capturedStart(1), match.capturedEnd(1)};
 }
 
