@@ -157,20 +157,21 @@ BraceSpan findKey(Text text, QLatin1StringView quotedKey, char16_t next, qsizety
 template <typename Text>
 BraceSpan findSection(Text text)
 {
-    const auto sizeOf = [text](BraceSpan section) {
-        return decodedSize(text.sliced(section.open, section.close - section.open));
-    };
     BraceSpan largest;
+    qsizetype largestSize = 0;
     for (qsizetype from = 0;;) {
         const qsizetype open = findKey(text, "\"apps\""_L1, u'{', from).close;
         if (open < 0)
             return largest;
-        const BraceSpan section{open, matchingBrace(text, open)};
-        // One that closes inside the largest so far opens there too.
-        if (section.close > largest.close &&
-            (!largest.isValid() || sizeOf(section) > sizeOf(largest)))
-            largest = section;
         from = open;
+        const BraceSpan section{open, matchingBrace(text, open)};
+        if (section.close <= largest.close)
+            continue; // it never closes, or it closes, and so opens, inside the largest so far
+        const qsizetype size = decodedSize(text.sliced(open, section.close - open));
+        if (size > largestSize) {
+            largest = section;
+            largestSize = size;
+        }
     }
 }
 
