@@ -163,15 +163,13 @@ BraceSpan findSection(Text text)
         const qsizetype open = findKey(text, "\"apps\""_L1, u'{', from).close;
         if (open < 0)
             return largest;
-        from = open;
-        const BraceSpan section{open, matchingBrace(text, open)};
-        if (section.close <= largest.close)
-            continue; // it never closes, or it closes, and so opens, inside the largest so far
-        const qsizetype size = decodedSize(text.sliced(open, section.close - open));
+        const qsizetype close = matchingBrace(text, open);
+        const qsizetype size = close < 0 ? 0 : decodedSize(text.sliced(open, close - open));
         if (size > largestSize) {
-            largest = section;
+            largest = {open, close};
             largestSize = size;
         }
+        from = std::max(open, close); // what opens inside a section closes there, and is smaller
     }
 }
 
