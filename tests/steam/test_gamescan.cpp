@@ -141,6 +141,7 @@ void TestGameScan::manifestContents_data()
     row("no-break space", "\"name\"\xc2\xa0\"Portal 2\"", {});
     row("raw, up to an escaped quote", "\"name\" \"The \\\"Game\\\"\"", {u"The \\"_s});
     row("blanks stay", "\"name\" \" Portal  2 \"", {u" Portal  2 "_s});
+    row("line ends stay", "\"name\" \"Portal\r\n2\"", {u"Portal\r\n2"_s});
     row("UTF-8", "\"name\" \"Pokémon™ 🎮\"", {u"Pokémon™ 🎮"_s});
     row("not installed fully", "\"StateFlags\" \"2\" \"name\" \"Portal 2\"", {u"Portal 2"_s});
     row("CR LF", "\"AppState\"\r\n{\r\n\t\"name\"\t\t\"Portal 2\"\r\n}\r\n", {u"Portal 2"_s});
@@ -258,12 +259,14 @@ void TestGameScan::launchOptionsOfEachGame()
     machine.addGame(u"100"_s, u"B"_s);
     machine.addGame(u"20"_s, u"C"_s);
     machine.addGame(u"30"_s, u"D"_s);
+    machine.addGame(u"40"_s, u"E"_s);
     machine.writeLocalConfig("\"apps\" { \"100\" { \"LaunchOptions\" \"Ü hundred\" } "
-                             "\"10\" { \"LaunchOptions\" \"a\\\\b\" } \"20\" { } }");
+                             "\"10\" { \"LaunchOptions\" \"a\\\\b\" } \"20\" { } "
+                             "\"40\" { \"LaunchOptions\" \"a\r\nb\" } }");
     QStringList options;
     for (const GameEntry &game : steam::scanGames())
         options.append(game.launchOptions);
-    QCOMPARE(options, (QStringList{u"a\\\\b"_s, u"Ü hundred"_s, u""_s, u""_s}));
+    QCOMPARE(options, (QStringList{u"a\\\\b"_s, u"Ü hundred"_s, u""_s, u""_s, u"a\r\nb"_s}));
 }
 
 void TestGameScan::launchOptionsWithoutLocalConfig()
