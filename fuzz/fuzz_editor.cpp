@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
     fuzz::require(done || error.toStdString().starts_with(told.message), "the message as told");
     const QByteArray encoded = options.toUtf8();
     if (done) {
-        fuzz::require(steam::readLaunchOptions(QString::fromUtf8(after), appid) == options,
+        fuzz::require(steam::readLaunchOptions(after, appid) == options,
                       "what was written reads back");
         fuzz::require(encoded.isEmpty() || before.contains(encoded) ||
                           fault::isOnlyTheValueChanged(before, after, "620", encoded),

@@ -123,7 +123,7 @@ void AdvancedDialog::showSettings()
 {
     limitCheck->setChecked(settings.framecap);
     automaticCheck->setChecked(settings.caphz < 1);
-    capSpin->setValue(settings.caphz >= 1 ? settings.caphz : launch::defaultFrameCap(refreshHz));
+    capSpin->setValue(launch::frameCapInForce(settings, refreshHz));
     renderResolutionCheck->setChecked(settings.renderres);
     // A value that is no item's reads as off.
     pacingCombo->setCurrentIndex(std::max(0, pacingCombo->findData(settings.pacing)));

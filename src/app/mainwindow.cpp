@@ -60,7 +60,6 @@ private:
 
 MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
 {
-    launch::recoverStore(store);
     setWindowTitle(u"Marrowpulse"_s);
     resize(900, 620);
     libraryPrefix = launch::readLibraryPrefix();
@@ -89,8 +88,14 @@ QString MainWindow::desiredLaunchOptions(const steam::GameEntry &game) const
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    // While a dialog asks or Steam is awaited, the window stays.
-    event->setAccepted(!QApplication::activeModalWidget());
+    event->setAccepted(!isBusy());
+}
+
+/// Whether an Apply runs or a dialog asks. Then nothing else is begun, and the window stays:
+/// assistive tools reach the buttons behind a dialog.
+bool MainWindow::isBusy() const
+{
+    return applying || QApplication::activeModalWidget();
 }
 
 void MainWindow::populateGpuPanel()
@@ -117,6 +122,8 @@ void MainWindow::populateGpuPanel()
 
 void MainWindow::reloadGames()
 {
+    if (isBusy())
+        return;
     const WaitCursor waiting;
     const QListWidgetItem *previous = gameList->currentItem();
     const QString selected = previous ? previous->data(Qt::UserRole).toString() : QString();
@@ -155,8 +162,7 @@ void MainWindow::addGameItem(const steam::GameEntry &game)
     auto *item = new GameItem(game.name, game.iconPath);
     item->setData(Qt::UserRole, game.appid);
     item->setCheckState(enabled ? Qt::Checked : Qt::Unchecked);
-    if (!enabled && !game.launchOptions.isEmpty() &&
-        !launch::isOwnLaunchOptions(game.launchOptions)) {
+    if (!enabled && launch::isUsersOwn(game.launchOptions)) {
         const QString warning =
             "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
             game.launchOptions;

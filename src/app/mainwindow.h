@@ -4,6 +4,7 @@
 #include "hw/gpuinfo.h"
 #include "launch/gamesettings.h"
 #include "steam/gamescan.h"
+#include "steam/launchoptionseditor.h"
 
 #include <QList>
 #include <QMainWindow>
@@ -42,11 +43,7 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
-    /// A game's app id and the launch options that it is to have.
-    struct StagedChange {
-        QString appid;
-        QString launchOptions;
-    };
+    using StagedChange = steam::LaunchOptionsChange;
 
     // The widget tree: mainwindow_layout.cpp
     void buildUi();
@@ -63,6 +60,7 @@ private:
     const steam::GameEntry *currentGame() const;
     void updatePendingStatus();
     bool isPending(const steam::GameEntry &game) const;
+    bool isBusy() const;
 
     // Editing a game: mainwindow_editing.cpp
     void onGameSelected();
@@ -77,8 +75,9 @@ private:
     // Applying: mainwindow_apply.cpp
     QList<StagedChange> stageChanges() const;
     bool closeSteam();
-    QStringList editGames(const QString &vdf, const QList<StagedChange> &changes);
-    QList<steam::GameEntry *> entriesOf(const QString &appid);
+    QStringList editGames(const QString &vdf, const QList<StagedChange> &staged);
+    bool wasTypedMeanwhile(const StagedChange &change, const QString &current) const;
+    static void letRepaint();
 
     QList<hw::GpuInfo> gpus;
     int compositingIndex = -1; ///< index in gpus of the one that drives the display; -1 for none
@@ -90,7 +89,8 @@ private:
     bool lsfgAvailable = false;
     int refreshHz = 0; ///< 0 when unknown
     QSettings store;
-    bool loading = false; ///< the program, not the user, is changing the controls or the list
+    bool applying = false; ///< an Apply runs, from its start to the answer to its last question
+    bool loading = false;  ///< the program, not the user, is changing the controls or the list
 
     QLabel *gpuLabel = nullptr;
     QComboBox *renderGpuCombo = nullptr;

@@ -5,12 +5,14 @@
 #include "app/waitcursor.h"
 #include "launch/launchoptions.h"
 #include "launch/settingsstore.h"
+#include "steam/keyvalues.h"
 #include "steam/launchoptionseditor.h"
 #include "steam/locations.h"
 #include "steam/steamprocess.h"
 
 #include <QCoreApplication>
 #include <QMessageBox>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 
@@ -38,6 +40,9 @@ bool ask(QWidget *parent, const QString &text)
 
 void MainWindow::apply()
 {
+    if (isBusy())
+        return;
+    const QScopedValueRollback<bool> busy(applying, true);
     const QString vdf = steam::localConfigPath();
     if (vdf.isEmpty()) {
         warn(this, u"Could not find Steam's localconfig.vdf."_s);
@@ -54,10 +59,9 @@ void MainWindow::apply()
     {
         const WaitCursor waiting;
         backedUp = !steam::writeBackup(vdf).isEmpty();
-        if (backedUp) {
+        letRepaint();
+        if (backedUp)
             failures = editGames(vdf, changes);
-            launch::saveAllGameSettings(store, gameSettings);
-        }
     }
     if (!backedUp) {
         warn(this, u"Could not write a backup of Steam's config; nothing was changed."_s);
@@ -74,8 +78,9 @@ QList<MainWindow::StagedChange> MainWindow::stageChanges() const
 {
     QList<StagedChange> changes;
     for (const steam::GameEntry &game : games) {
-        if (isPending(game))
-            changes.append({game.appid, desiredLaunchOptions(game)});
+        const QString desired = desiredLaunchOptions(game);
+        if (desired != game.launchOptions)
+            changes.append({game.appid, desired});
     }
     return changes;
 }
@@ -97,45 +102,89 @@ bool MainWindow::closeSteam()
     return exited;
 }
 
-/// Edits game by game and returns a line for each edit that failed. No game's own options are
-/// replaced before they are on the disk in the store.
-QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> &changes)
+/// Makes the changes in Steam's file, saves the store, and returns a line for each change that
+/// failed. What the file holds now counts, not the last scan: Steam wrote it as it exited.
+QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> &staged)
 {
-    launch::syncStore(store); // what another window of this program has kept meanwhile stays
-    for (const StagedChange &change : changes) {
-        for (const steam::GameEntry *game : entriesOf(change.appid))
-            launch::rememberOriginalLaunchOptions(store, game->appid, game->launchOptions);
-    }
-    const bool remembered = launch::syncStore(store);
+    QHash<QString, QString> messages; // why a game's change failed, by app id
+    QHash<QString, QString> written;  // what the file holds for a game afterwards
+    QString error;
+    const std::optional<base::WholeFile> file = steam::readLocalConfig(vdf, &error);
+    const steam::AppsSection held(file ? QByteArrayView(file->bytes) : QByteArrayView());
+    store.sync(); // what another window of the program has kept meanwhile counts, too
 
-    QStringList failures;
-    for (const StagedChange &change : changes) {
-        const QList<steam::GameEntry *> entries = entriesOf(change.appid);
-        const bool replacesOwn = std::any_of(entries.cbegin(), entries.cend(), [](auto *game) {
-            return !game->launchOptions.isEmpty() &&
-                   !launch::isOwnLaunchOptions(game->launchOptions);
-        });
-        QString message;
-        if (replacesOwn && !remembered && !launch::isOriginalOnDisk(store, change.appid)) {
-            message = "could not write backup for "_L1 + vdf;
-        } else if (steam::setLaunchOptions(vdf, change.appid, change.launchOptions, false,
-                                           &message)) {
-            for (steam::GameEntry *game : entries)
-                game->launchOptions = change.launchOptions;
-            continue;
+    QList<StagedChange> changes; // a game in two libraries is staged twice, and edited once
+    for (const StagedChange &change : staged) {
+        if (!file) {
+            messages.insert(change.appid, error);
+        } else if (wasTypedMeanwhile(change, held.launchOptions(change.appid))) {
+            written.insert(change.appid, held.launchOptions(change.appid));
+        } else if (!written.contains(change.appid)) {
+            written.insert(change.appid, change.launchOptions);
+            changes.append(change);
         }
-        failures.append(change.appid + ": "_L1 + message);
     }
-    return failures;
+    steam::EditedText edited =
+        file ? steam::editLaunchOptions(file->bytes, changes) : steam::EditedText();
+
+    QMap<QString, QString> originals; // that are to be replaced
+    for (qsizetype i = 0; i < changes.size(); ++i) {
+        const QString options = held.launchOptions(changes[i].appid);
+        if (launch::isUsersOwn(options) && !edited.outcomes[i].isOldTextDoubtful)
+            originals.insert(changes[i].appid, options);
+    }
+    launch::changeStore(store, [&](QSettings &scratch) {
+        for (auto it = originals.cbegin(); it != originals.cend(); ++it)
+            launch::rememberOriginalLaunchOptions(scratch, it.key(), it.value());
+        launch::saveAllGameSettings(scratch, gameSettings);
+    });
+    letRepaint();
+
+    // No game's own options are replaced before they are on the disk in the store.
+    const auto isUnkept = [&](const StagedChange &change) {
+        return originals.contains(change.appid) &&
+               launch::originalLaunchOptions(store, change.appid).isEmpty();
+    };
+    for (const StagedChange &change : std::as_const(changes)) {
+        if (isUnkept(change))
+            messages.insert(change.appid, "could not write backup for "_L1 + store.fileName());
+    }
+    if (changes.removeIf(isUnkept) > 0)
+        edited = steam::editLaunchOptions(file->bytes, changes);
+
+    const auto isMade = [](const steam::EditOutcome &outcome) { return outcome.message.isEmpty(); };
+    const bool replaced = std::none_of(edited.outcomes.cbegin(), edited.outcomes.cend(), isMade) ||
+                          steam::replaceLocalConfig(vdf, edited.bytes, file->version, &error);
+    for (qsizetype i = 0; i < changes.size(); ++i) {
+        if (!isMade(edited.outcomes[i]))
+            messages.insert(changes[i].appid, edited.outcomes[i].message);
+        else if (!replaced)
+            messages.insert(changes[i].appid, error);
+    }
+    letRepaint();
+
+    for (steam::GameEntry &game : games) {
+        if (written.contains(game.appid) && !messages.contains(game.appid))
+            game.launchOptions = written[game.appid];
+    }
+    QStringList lines;
+    for (const StagedChange &change : staged) {
+        if (messages.contains(change.appid))
+            lines.append(change.appid + ": "_L1 + messages[change.appid]);
+    }
+    return lines;
 }
 
-/// The entries of a game in the last scan: one for each library that holds it.
-QList<steam::GameEntry *> MainWindow::entriesOf(const QString &appid)
+/// Whether a game that is to have nothing any more, for nothing is kept for it, no longer holds the
+/// program's options either: what was typed in Steam since the scan stays.
+bool MainWindow::wasTypedMeanwhile(const StagedChange &change, const QString &current) const
 {
-    QList<steam::GameEntry *> entries;
-    for (steam::GameEntry &game : games) {
-        if (game.appid == appid)
-            entries.append(&game);
-    }
-    return entries;
+    return change.launchOptions.isEmpty() && !launch::isOwnLaunchOptions(current) &&
+           launch::originalLaunchOptions(store, change.appid).isEmpty();
+}
+
+/// Lets the window be painted and answer the window manager; it takes no input meanwhile.
+void MainWindow::letRepaint()
+{
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }

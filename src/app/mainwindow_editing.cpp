@@ -85,12 +85,13 @@ void MainWindow::onGameItemChanged(QListWidgetItem *item)
 void MainWindow::openAdvanced()
 {
     const steam::GameEntry *game = currentGame();
-    if (!game)
+    if (!game || isBusy())
         return;
-    AdvancedDialog dialog(gameSettings[game->appid], refreshHz, this);
+    const QString appid = game->appid;
+    AdvancedDialog dialog(gameSettings[appid], refreshHz, this);
     if (dialog.exec() != QDialog::Accepted)
         return;
-    gameSettings[game->appid] = dialog.result();
+    gameSettings[appid] = dialog.result();
     showGameSettings();
     updatePendingStatus();
 }
@@ -104,11 +105,9 @@ void MainWindow::enableDependentControls(const launch::GameSettings &settings)
 
 QString MainWindow::frameCapLabelText() const
 {
-    int cap = 0;
-    if (const steam::GameEntry *game = currentGame())
-        cap = gameSettings.value(game->appid).caphz;
-    if (cap < 1)
-        cap = launch::defaultFrameCap(refreshHz);
+    const steam::GameEntry *game = currentGame();
+    const int cap = launch::frameCapInForce(
+        game ? gameSettings.value(game->appid) : launch::GameSettings(), refreshHz);
     return u"Limit frame rate to %1 fps (smoother)"_s.arg(cap);
 }
 

@@ -35,65 +35,92 @@ bool syncPath(const QString &path)
     return synced;
 }
 
-/// The folder whose entry a rename to `path` changes: that of the file which links lead to.
-QString folderOf(const QString &path)
+/// Where the links that begin at `path` lead to, when nothing stands there.
+QString danglingTarget(QString path)
 {
-    return QFileInfo(QFileInfo(path).canonicalFilePath()).path();
+    constexpr int mostLinks = 40; // as the kernel follows
+    for (int i = 0; i < mostLinks && QFileInfo(path).isSymLink(); ++i)
+        path = QFileInfo(path).symLinkTarget();
+    return path;
+}
+
+/// Gives the open file mode and, as root, owner and group of the old one.
+bool takeAfter(int descriptor, const struct stat &old)
+{
+    if (::geteuid() == 0 && ::fchown(descriptor, old.st_uid, old.st_gid) != 0)
+        return false;
+    return ::fchmod(descriptor, old.st_mode & 07777) ==
+           0; // after the owner, whose change drops bits
+}
+
+/// Whoever compares sizes and times must see that the file changed: two files that are written
+/// within one tick of the kernel's clock have the same time, to the millisecond that is compared.
+bool setOtherTime(int descriptor, const struct stat &old)
+{
+    constexpr long millisecond = 1'000'000;
+    struct stat status = {};
+    if (::fstat(descriptor, &status) != 0)
+        return false;
+    timespec time = status.st_mtim;
+    if (time.tv_sec != old.st_mtim.tv_sec ||
+        time.tv_nsec / millisecond != old.st_mtim.tv_nsec / millisecond)
+        return true;
+    time.tv_nsec += millisecond;
+    if (time.tv_nsec >= 1000 * millisecond) {
+        time.tv_nsec -= 1000 * millisecond;
+        ++time.tv_sec;
+    }
+    const timespec times[] = {{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, time};
+    return ::futimens(descriptor, times) == 0;
 }
 
 } // namespace
 
-std::optional<QByteArray> readWholeFile(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    const QByteArray content = file.readAll();
-    // readAll() hands out what it got before an error; half a file must not pass for a whole one.
-    if (file.error() != QFileDevice::NoError || content.size() != file.size())
-        return std::nullopt;
-    return content;
-}
-
-Replaced replaceFile(const QString &path, const QByteArray &content)
+Replaced replaceFile(const QString &path, const QByteArray &content,
+                     const std::optional<FileVersion> &expected)
 {
     // QSaveFile takes a link or a mode that it fails to look at for none, and loses it.
     struct stat old = {};
     const bool exists = ::stat(QFile::encodeName(path).constData(), &old) == 0;
     if (!exists && errno != ENOENT)
         return Replaced::CannotOpen;
-    const QString target = exists ? QFileInfo(path).canonicalFilePath() : path;
+    const QString target = exists ? QFileInfo(path).canonicalFilePath() : danglingTarget(path);
     QSaveFile file(target);
     if (target.isEmpty() || !file.open(QIODevice::WriteOnly))
         return Replaced::CannotOpen;
-    if (exists && ::fchmod(file.handle(), old.st_mode & 07777) != 0)
+    if (exists && !takeAfter(file.handle(), old))
         return Replaced::CommitFailed;
     // commit() alone is not to be believed: it ignores a failing sync, and after a full disk it
     // can rename an empty or a cut file into place. Whatever fails here drops the temporary file.
-    if (file.write(content) != content.size() || !file.flush() || file.size() != content.size() ||
-        !sync(file.handle()))
+    if (file.write(content) != content.size() || !file.flush() || file.size() != content.size())
+        return Replaced::CommitFailed;
+    if (exists && !setOtherTime(file.handle(), old))
+        return Replaced::CommitFailed;
+    if (!sync(file.handle()))
+        return Replaced::CommitFailed;
+    if (expected && fileVersion(path) != expected)
         return Replaced::CommitFailed;
     if (!file.commit())
         return Replaced::CommitFailed;
     // The new text stands already; a folder that cannot be synced does not take it back.
-    syncPath(folderOf(path));
+    syncPath(QFileInfo(target).path());
     return Replaced::Yes;
 }
 
 bool copyFile(const QString &from, const QString &to)
 {
-    if (!QFile::copy(from, to))
+    struct stat original = {};
+    const std::optional<WholeFile> content = readWholeFile(from);
+    if (!content || ::stat(QFile::encodeName(from).constData(), &original) != 0 ||
+        !QFile::copy(from, to))
         return false;
-    const std::optional<QByteArray> original = readWholeFile(from);
-    if (original && readWholeFile(to) == original && syncFileAndFolder(to))
+    QFile copy(to);
+    const std::optional<WholeFile> copied = readWholeFile(to);
+    if (copied && copied->bytes == content->bytes && copy.open(QIODevice::ReadOnly) &&
+        takeAfter(copy.handle(), original) && sync(copy.handle()) && syncPath(QFileInfo(to).path()))
         return true;
     QFile::remove(to);
     return false;
-}
-
-bool syncFileAndFolder(const QString &path)
-{
-    return syncPath(path) && syncPath(folderOf(path));
 }
 
 } // namespace base

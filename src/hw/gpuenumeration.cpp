@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "hw/gpuenumeration.h"
 
+#include "base/readfile.h"
 #include "hw/pcielink.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -54,13 +54,7 @@ bool hasConnectedOutput(const QString &drmRoot, const QString &card)
 std::optional<QString> lookupPciNameInFile(const QString &path, const QString &vendorId,
                                            const QString &deviceId)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    const uchar *const mapped = file.map(0, file.size());
-    const QByteArray content =
-        mapped ? QByteArray::fromRawData(reinterpret_cast<const char *>(mapped), file.size())
-               : file.readAll();
+    const QByteArray content = base::readFile(path).value_or(QByteArray());
     bool inVendor = false;
     for (QLatin1StringView rest(content); !rest.isEmpty();) {
         const qsizetype lineBreak = rest.indexOf(QLatin1Char('\n'));
@@ -91,10 +85,7 @@ QStringList pciIdFiles()
 
 QString readSysfsText(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromLatin1(file.readAll()).trimmed();
+    return QString::fromLatin1(base::readFile(path).value_or(QByteArray())).trimmed();
 }
 
 QString lookupPciName(const QString &vendorId, const QString &deviceId, const QStringList &idFiles)

@@ -22,4 +22,7 @@ struct GpuInfo {
     double linkBandwidth = 0.0;      ///< GB/s over all lanes; 0.0 when unknown
 };
 
+/// "name (vendor:device)".
+QString gpuDisplayName(const GpuInfo &gpu);
+
 } // namespace hw

@@ -25,11 +25,6 @@ double pcieLaneBandwidth(const QString &speedText)
     return 0.0;
 }
 
-QString gpuDisplayName(const GpuInfo &gpu)
-{
-    return u"%1 (%2)"_s.arg(gpu.name, gpu.pciId);
-}
-
 QString linkDescription(const GpuInfo &gpu)
 {
     if (gpu.linkWidth <= 0)

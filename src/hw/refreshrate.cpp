@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "hw/refreshrate.h"
 
+#include <QDeadlineTimer>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -15,20 +16,26 @@ namespace hw
 int detectRefreshRate()
 {
     constexpr int timeLimitMs = 3000;
+    constexpr qsizetype largestOutput = 1024 * 1024; // ten screens make some 30 KB
     auto process = std::make_unique<QProcess>();
     process->start(u"xrandr"_s, {u"--current"_s});
-    if (!process->waitForFinished(timeLimitMs)) {
-        if (process->state() != QProcess::NotRunning) {
-            // The destructor would wait for it again; instead it goes by itself once it is dead.
-            QObject::connect(process.get(), &QProcess::finished, process.get(),
-                             &QObject::deleteLater);
-            process.release()->kill();
-        }
+    QByteArray output;
+    const QDeadlineTimer deadline(timeLimitMs);
+    while (output.size() <= largestOutput &&
+           process->waitForReadyRead(static_cast<int>(deadline.remainingTime())))
+        output += process->readAllStandardOutput();
+    const bool isTooMuch = output.size() > largestOutput;
+    if (process->state() != QProcess::NotRunning &&
+        (isTooMuch || !process->waitForFinished(static_cast<int>(deadline.remainingTime())))) {
+        // The destructor would wait for it again; instead it goes by itself once it is dead.
+        QObject::connect(process.get(), &QProcess::finished, process.get(), &QObject::deleteLater);
+        process.release()->kill();
         return 0;
     }
     if (process->exitStatus() != QProcess::NormalExit)
         return 0;
-    return parseRefreshRate(QString::fromUtf8(process->readAllStandardOutput()));
+    output += process->readAllStandardOutput();
+    return parseRefreshRate(QString::fromUtf8(output));
 }
 
 int parseRefreshRate(const QString &xrandrOutput)

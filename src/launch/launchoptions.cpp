@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "launch/launchoptions.h"
 
-#include "base/firstmatch.h"
-
 #include <QStringList>
 
 #include <limits>
@@ -39,6 +37,14 @@ const QString &marker()
     return text;
 }
 
+/// The first match in a text that is well-formed UTF-16. Such a text need not be looked through for
+/// what is no character, which takes longer than the search: a large library has a thousand.
+QRegularExpressionMatch firstMatch(const QString &wellFormed, const QRegularExpression &pattern)
+{
+    return pattern.match(wellFormed, 0, QRegularExpression::NormalMatch,
+                         QRegularExpression::DontCheckSubjectStringMatchOption);
+}
+
 QStringList framegenTokens(const GameSettings &settings, const QString &losslessPath)
 {
     QStringList tokens{framegenKey + "auto"_L1, holdbackKey + QString::number(settings.holdback)};
@@ -62,6 +68,11 @@ int defaultFrameCap(int refreshHz)
     return refreshHz < 1 ? 45 : qRound(refreshHz * 0.75);
 }
 
+int frameCapInForce(const GameSettings &settings, int refreshHz)
+{
+    return settings.caphz >= 1 ? settings.caphz : defaultFrameCap(refreshHz);
+}
+
 QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &compositingGpu,
                              const hw::GpuInfo &renderGpu, const QString &libraryPrefix,
                              const QString &losslessPath, int refreshHz)
@@ -82,10 +93,8 @@ QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &co
                   .arg(settings.outputH);
     if (settings.upscaling)
         tokens << fsrUpscaling;
-    if (settings.framecap) {
-        const int cap = settings.caphz >= 1 ? settings.caphz : defaultFrameCap(refreshHz);
-        tokens << "-r "_L1 + QString::number(cap);
-    }
+    if (settings.framecap)
+        tokens << "-r "_L1 + QString::number(frameCapInForce(settings, refreshHz));
     tokens << u"-f --force-windows-fullscreen -g --"_s;
 
     // Behind "--" the variables reach the game only, not gamescope. Two cards of one model differ
@@ -110,9 +119,14 @@ bool isOwnLaunchOptions(const QString &text)
     return text.contains("GAMESCOPE_FRAMEGEN"_L1) && text.contains("gamescope "_L1);
 }
 
+bool isUsersOwn(const QString &text)
+{
+    return !text.isEmpty() && !isOwnLaunchOptions(text);
+}
+
 int captureInt(const QString &text, const QRegularExpression &pattern, int fallback)
 {
-    const QRegularExpressionMatch match = base::firstMatch(text, pattern);
+    const QRegularExpressionMatch match = firstMatch(text, pattern);
     return match.hasMatch() ? match.captured(1).toInt() : fallback;
 }
 
@@ -144,7 +158,7 @@ GameSettings parseLaunchOptions(const QString &text)
     settings.framecap = settings.caphz > 0;
     settings.renderres = text.contains(renderResolution);
     settings.debugoverlay = text.contains(debugOverlay);
-    const QRegularExpressionMatch pacingMatch = base::firstMatch(text, pacing);
+    const QRegularExpressionMatch pacingMatch = firstMatch(text, pacing);
     if (pacingMatch.hasMatch()) {
         const qint64 tenths =
             pacingMatch.captured(1).toInt() * qint64{10} + pacingMatch.captured(2).toInt();

@@ -16,6 +16,9 @@ namespace launch
 /// refresh rate in hertz, halves rounded up; 45 when the rate is unknown (below 1).
 int defaultFrameCap(int refreshHz);
 
+/// The cap that the settings stand for when the frame rate is limited: their own, or the automatic.
+int frameCapInForce(const GameSettings &settings, int refreshHz);
+
 /// The launch options that start a game with `settings`. `compositingGpu` drives the display,
 /// `renderGpu` renders the game; `libraryPrefix` (may be empty) is where gamescope's libraries are;
 /// `losslessPath` is empty when Lossless Scaling is not installed; `refreshHz` below 1 means
@@ -26,6 +29,10 @@ QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &co
 
 /// Whether this program (an earlier version included) wrote `text`, so that it is not a user's own.
 bool isOwnLaunchOptions(const QString &text);
+
+/// Whether `text` are launch options of the user's own, to be kept when they are replaced: not
+/// empty, and not written by this program.
+bool isUsersOwn(const QString &text);
 
 /// The settings that `text` expresses; what it does not say has a fixed value. Meant for texts that
 /// isOwnLaunchOptions() accepts, but takes any that is well-formed, as all decoded UTF-8 is.

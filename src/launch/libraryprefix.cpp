@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "launch/libraryprefix.h"
 
+#include "base/readfile.h"
+
 #include <QDir>
-#include <QFile>
 
 using namespace Qt::StringLiterals;
 
@@ -14,10 +15,7 @@ QString readLibraryPrefix()
     const QString fromEnvironment = qEnvironmentVariable("MARROWPULSE_GAMESCOPE_PREFIX");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
-    QFile file(QDir::homePath() + "/.config/marrowpulse/gamescope-prefix"_L1);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).trimmed();
+    return base::readText(QDir::homePath() + "/.config/marrowpulse/gamescope-prefix"_L1).trimmed();
 }
 
 } // namespace launch

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <array>
+#include <functional>
 #include <variant>
 
 class QSettings;
@@ -54,27 +55,20 @@ struct LoadedGame {
 LoadedGame loadGameSettings(const QSettings &store, const QString &appid,
                             const QString &currentLaunchOptions);
 
-/// Writes every field of every record, in the order of the app ids, and syncs the store.
+/// Sets every field of every record, in the order of the app ids, and syncs the store.
 void saveAllGameSettings(QSettings &store, const QMap<QString, GameSettings> &records);
 
-/// Keeps a game's own launch options, once: does nothing for an empty text, for one that this
-/// program wrote, and when something is kept already. On the disk only after syncStore().
+/// Keeps a game's launch options, once: not when some are kept, nor when they are no user's own.
 void rememberOriginalLaunchOptions(QSettings &store, const QString &appid,
                                    const QString &currentLaunchOptions);
 
 /// The launch options kept for the game; empty when there are none.
 QString originalLaunchOptions(const QSettings &store, const QString &appid);
 
-/// Whether launch options are kept for the game in the store's file, as it stands on the disk.
-bool isOriginalOnDisk(const QSettings &store, const QString &appid);
-
-/// Puts back what a store's file held before syncStore() was killed, if it lost anything. For the
-/// start of the program, before anything is read from the store.
-void recoverStore(QSettings &store);
-
-/// Writes the store to the disk. True when its file holds all that was set. When writing lost
-/// anything that the file held before (QSettings empties it on a full disk and reports success),
-/// the old file is put back and the answer is false.
-bool syncStore(QSettings &store);
+/// Changes the file of `store`, which is only read: `change` is handed a copy of what the file
+/// holds now, so that what another window wrote meanwhile stays. True when all that was set is on
+/// the disk. Otherwise the file is as it was; or, where the format cannot hold the text of a game's
+/// own launch options, all but those is there. `store` has read the file anew in any case.
+bool changeStore(QSettings &store, const std::function<void(QSettings &scratch)> &change);
 
 } // namespace launch

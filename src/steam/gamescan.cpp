@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "steam/gamescan.h"
 
-#include "base/firstmatch.h"
+#include "base/readfile.h"
 #include "steam/keyvalues.h"
 #include "steam/locations.h"
 
@@ -19,18 +19,6 @@ namespace
 {
 
 constexpr auto losslessScalingAppid = "993090"_L1;
-
-/// The content of a file; empty when it cannot be opened.
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QString readText(const QString &path)
-{
-    return QString::fromUtf8(readFile(path));
-}
 
 /// Steam's runtimes and tools have manifests like games.
 bool isSteamTool(const QString &name)
@@ -69,10 +57,8 @@ QList<GameEntry> scanGames()
     const QString root = steamRoot();
     if (root.isEmpty())
         return {};
-    const QString localConfigFile = localConfigPath();
-    const QByteArray localConfig =
-        localConfigFile.isEmpty() ? QByteArray() : readFile(localConfigFile);
-    const AppsSection appsSection = cutAppsSection(localConfig);
+    const QByteArray localConfig = base::readFile(localConfigPath()).value_or(QByteArray());
+    const AppsSection apps(localConfig);
     const QString imageCache = root + "/appcache/librarycache/"_L1;
     QList<GameEntry> games;
     for (const QString &library : steamLibraryDirs()) {
@@ -81,11 +67,11 @@ QList<GameEntry> scanGames()
             if (appid.isEmpty() || appid == losslessScalingAppid)
                 continue;
             const QRegularExpressionMatch name =
-                base::firstMatch(readText(library + u'/' + file), nameEntry);
+                nameEntry.match(base::readText(library + u'/' + file));
             if (!name.hasMatch() || isSteamTool(name.captured(1)))
                 continue;
-            games.append({appid, name.captured(1), findIcon(imageCache, appid),
-                          readLaunchOptions(appsSection, appid)});
+            games.append(
+                {appid, name.captured(1), findIcon(imageCache, appid), apps.launchOptions(appid)});
         }
     }
     std::sort(games.begin(), games.end(), [](const GameEntry &a, const GameEntry &b) {
@@ -99,8 +85,8 @@ QString findLosslessScalingDll()
     static const QRegularExpression installDir(u"\"installdir\"\\s*\"([^\"]*)\""_s);
 
     for (const QString &library : steamLibraryDirs()) {
-        const QRegularExpressionMatch folder = base::firstMatch(
-            readText(library + "/appmanifest_"_L1 + losslessScalingAppid + ".acf"_L1), installDir);
+        const QRegularExpressionMatch folder = installDir.match(
+            base::readText(library + "/appmanifest_"_L1 + losslessScalingAppid + ".acf"_L1));
         if (!folder.hasMatch())
             continue;
         const QString dll = library + "/common/"_L1 + folder.captured(1) + "/Lossless.dll"_L1;

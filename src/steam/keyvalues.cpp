@@ -1,272 +1,117 @@
 // SPDX-License-Identifier: MIT
 #include "steam/keyvalues.h"
 
-#include <algorithm>
-#include <limits>
+#include <QByteArrayMatcher>
 
-using namespace Qt::StringLiterals;
+#include <algorithm>
+#include <vector>
 
 namespace steam
 {
 namespace
 {
 
-// Every rule is told once, as a template for both kinds of text; the public functions come last.
-
-const char16_t *unitsOf(QStringView text)
+bool isSpace(char byte)
 {
-    return text.utf16();
+    return byte == ' ' || (byte >= '\t' && byte <= '\r');
 }
 
-const uchar *unitsOf(QByteArrayView utf8)
+/// Calls `visit` with each block of `text` that opens at or after `from`, as it closes.
+template <typename Visit>
+void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)
 {
-    return reinterpret_cast<const uchar *>(utf8.data());
-}
-
-QString decoded(QStringView text)
-{
-    return text.toString();
-}
-
-QString decoded(QByteArrayView utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-/// How many units the text has when it is decoded.
-qsizetype decodedSize(QStringView text)
-{
-    return text.size();
-}
-
-qsizetype decodedSize(QByteArrayView utf8)
-{
-    return decoded(utf8).size();
-}
-
-bool isSpace(char16_t unit)
-{
-    return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
-}
-
-/// The position of the first unit at or after `from` that is no white space.
-template <typename Text>
-qsizetype skipSpace(Text text, qsizetype from)
-{
-    while (from < text.size() && isSpace(unitsOf(text)[from]))
-        ++from;
-    return from;
-}
-
-// The two loops that read every unit are compiled twice for each kind of text, and the machine's
-// own instructions choose.
-#if defined(__x86_64__) && defined(__linux__)
-#define MARROW_VECTORISED __attribute__((target_clones("avx2", "default")))
-#else
-#define MARROW_VECTORISED
-#endif
-
-/// How many units the loops below take at once: they compile to vector instructions, and what they
-/// find in a stretch decides whether it must be walked unit by unit. A unit can count to it.
-constexpr qsizetype stretch = 128;
-
-template <typename Unit>
-[[gnu::always_inline]] inline qsizetype indexOfKeyIn(const Unit *units, qsizetype size,
-                                                     QLatin1StringView key, qsizetype from)
-{
-    const qsizetype middle = key.size() / 2;
-    const qsizetype last = key.size() - 1;
-    const auto second = static_cast<Unit>(key[1].unicode());
-    const auto halfway = static_cast<Unit>(key[middle].unicode());
-    const auto final = static_cast<Unit>(key[last].unicode());
-    const qsizetype behind = size - last; // no key begins here or later
-    for (qsizetype begin = from; begin < behind; begin += stretch) {
-        const qsizetype end = std::min(begin + stretch, behind);
-        Unit least = std::numeric_limits<Unit>::max();
-        for (qsizetype i = begin; i < end; ++i) {
-            const auto difference =
-                static_cast<Unit>((units[i + 1] ^ second) | (units[i + middle] ^ halfway) |
-                                  (units[i + last] ^ final));
-            least = std::min(least, difference);
-        }
-        for (qsizetype i = begin; least == 0 && i < end; ++i) {
-            if (units[i + 1] == second && units[i + last] == final &&
-                std::equal(key.begin(), key.end(), units + i))
-                return i;
+    std::vector<qsizetype> open;
+    for (qsizetype i = std::max(from, qsizetype(0)); i < text.size(); ++i) {
+        if (text[i] == '{') {
+            open.push_back(i);
+        } else if (text[i] == '}' && !open.empty()) {
+            visit(BraceSpan{open.back(), i});
+            open.pop_back();
         }
     }
-    return -1;
 }
 
-/// The first position of `key`, which is at least two units long, at or after `from`; -1 for none.
-/// Only a stretch in which three of its units fit somewhere is walked.
-MARROW_VECTORISED
-qsizetype indexOfKey(QStringView text, QLatin1StringView key, qsizetype from)
+/// What stands in quotes, at or after `from`, before the brace at `open`, white space between them
+/// allowed; null when there is nothing.
+QByteArrayView keyOf(QByteArrayView text, qsizetype from, qsizetype open)
 {
-    return indexOfKeyIn(unitsOf(text), text.size(), key, from);
-}
-
-MARROW_VECTORISED
-qsizetype indexOfKey(QByteArrayView utf8, QLatin1StringView key, qsizetype from)
-{
-    return indexOfKeyIn(unitsOf(utf8), utf8.size(), key, from);
-}
-
-template <typename Unit>
-[[gnu::always_inline]] inline qsizetype matchingBraceIn(const Unit *units, qsizetype size,
-                                                        qsizetype start)
-{
-    qsizetype depth = 0;
-    for (qsizetype begin = start; begin < size; begin += stretch) {
-        const qsizetype end = std::min(begin + stretch, size);
-        Unit opening = 0;
-        Unit closing = 0;
-        for (qsizetype i = begin; i < end; ++i) {
-            opening = static_cast<Unit>(opening + (units[i] == u'{' ? 1 : 0));
-            closing = static_cast<Unit>(closing + (units[i] == u'}' ? 1 : 0));
-        }
-        // Walked only when one of its closing braces can bring the depth to zero.
-        if (depth + opening < 1 || depth > closing) {
-            depth += opening - closing;
-            continue;
-        }
-        for (qsizetype i = begin; i < end; ++i) {
-            if (units[i] == u'{')
-                ++depth;
-            else if (units[i] == u'}' && --depth == 0)
-                return i;
-        }
-    }
-    return -1;
-}
-
-/// The next place, at or after `from`, where `quotedKey` stands with `next` behind it, white space
-/// between them allowed: the positions of the key's first quote and of `next`.
-template <typename Text>
-BraceSpan findKey(Text text, QLatin1StringView quotedKey, char16_t next, qsizetype from)
-{
-    while ((from = indexOfKey(text, quotedKey, from)) >= 0) {
-        const qsizetype behind = skipSpace(text, from + quotedKey.size());
-        if (behind < text.size() && unitsOf(text)[behind] == next)
-            return {from, behind};
-        ++from;
-    }
-    return {};
-}
-
-template <typename Text>
-BraceSpan findSection(Text text)
-{
-    BraceSpan largest;
-    qsizetype largestSize = 0;
-    for (qsizetype from = 0;;) {
-        const qsizetype open = findKey(text, "\"apps\""_L1, u'{', from).close;
-        if (open < 0)
-            return largest;
-        const qsizetype close = matchingBrace(text, open);
-        const qsizetype size = close < 0 ? 0 : decodedSize(text.sliced(open, close - open));
-        if (size > largestSize) {
-            largest = {open, close};
-            largestSize = size;
-        }
-        from = std::max(open, close); // what opens inside a section closes there, and is smaller
-    }
-}
-
-template <typename Text>
-BraceSpan findBlock(Text text, BraceSpan apps, QStringView appid)
-{
-    const QByteArray quotedId = '"' + appid.toLatin1() + '"';
-    // Neither a key outside the section counts nor a block that ends outside it.
-    const Text section = text.first(apps.close + 1);
-    for (qsizetype from = apps.open;;) {
-        const qsizetype open = findKey(section, QLatin1StringView(quotedId), u'{', from).close;
-        if (open < 0)
-            return {};
-        const BraceSpan block{open, matchingBrace(section, open)};
-        if (block.close >= 0)
-            return block;
-        from = open;
-    }
-}
-
-template <typename Text>
-BraceSpan findValue(Text text, qsizetype from, qsizetype to)
-{
-    const qsizetype open = findKey(text.first(to), "\"LaunchOptions\""_L1, u'"', from).close;
-    if (open < 0)
-        return {};
-    const auto *const units = unitsOf(text);
-    const qsizetype close = std::find(units + open + 1, units + to, u'"') - units;
-    return close < to ? BraceSpan{open, close} : BraceSpan{};
-}
-
-template <typename Text>
-QString readValue(Text text, BraceSpan apps, QStringView appid)
-{
-    const BraceSpan block = findBlock(text, apps, appid);
-    if (!block.isValid())
-        return {};
-    const BraceSpan value = findValue(text, block.open, block.close);
-    if (!value.isValid())
-        return {};
-    // Decoded with its quote: what stands at the very start of a text could be a byte-order mark.
-    return decoded(text.sliced(value.open, value.close - value.open)).remove(0, 1);
+    while (open > from && isSpace(text[open - 1]))
+        --open;
+    const QByteArrayView before = text.sliced(from, open - from);
+    const qsizetype end = before.size() - 1;
+    const qsizetype begin = before.endsWith('"') ? before.first(end).lastIndexOf('"') + 1 : 0;
+    return begin == 0 ? QByteArrayView() : before.sliced(begin, end - begin);
 }
 
 } // namespace
 
-MARROW_VECTORISED
-qsizetype matchingBrace(QStringView text, qsizetype start)
+qsizetype matchingBrace(QByteArrayView text, qsizetype start)
 {
-    return matchingBraceIn(unitsOf(text), text.size(), start);
+    qsizetype depth = 0;
+    for (qsizetype i = start; i < text.size(); ++i) {
+        if (text[i] == '{')
+            ++depth;
+        else if (text[i] == '}' && --depth == 0)
+            return i;
+    }
+    return -1;
 }
 
-MARROW_VECTORISED
-qsizetype matchingBrace(QByteArrayView utf8, qsizetype start)
+BraceSpan findAppsSection(QByteArrayView text)
 {
-    return matchingBraceIn(unitsOf(utf8), utf8.size(), start);
+    QList<BraceSpan> sections; // that lie in no other one, which is larger
+    forEachBlock(text, 0, [&](BraceSpan block) {
+        if (keyOf(text, 0, block.open) != "apps")
+            return;
+        while (!sections.isEmpty() && sections.last().open > block.open)
+            sections.removeLast();
+        sections.append(block);
+    });
+    if (sections.size() < 2)
+        return sections.value(0);
+    QList<qsizetype> sizes;
+    for (const BraceSpan &section : sections)
+        sizes += QString::fromUtf8(text.sliced(section.open, section.close - section.open)).size();
+    return sections[std::max_element(sizes.cbegin(), sizes.cend()) - sizes.cbegin()];
 }
 
-BraceSpan findAppsSection(QStringView text)
+AppsSection::AppsSection(QByteArrayView text, BraceSpan apps) : utf8(text), section(apps)
 {
-    return findSection(text);
+    const QByteArrayView inside = utf8.first(section.close + 1);
+    forEachBlock(inside, section.open, [&](BraceSpan block) {
+        blocks.insert(keyOf(inside, section.open, block.open), block);
+    });
+    static const QByteArrayMatcher launchOptionsKey("\"LaunchOptions\"");
+    for (qsizetype key = launchOptionsKey.indexIn(inside, section.open); key >= 0;
+         key = launchOptionsKey.indexIn(inside, key + 1)) {
+        qsizetype open = key + launchOptionsKey.pattern().size();
+        while (open < inside.size() && isSpace(inside[open]))
+            ++open;
+        if (open < inside.size() && inside[open] == '"')
+            values.append({open, inside.indexOf('"', open + 1)});
+    }
 }
 
-BraceSpan findAppsSection(QByteArrayView utf8)
+BraceSpan AppsSection::block(const QString &appid) const
 {
-    return findSection(utf8);
+    const QByteArray key = appid.toUtf8();
+    const auto [from, to] = blocks.equal_range(key);
+    const auto first = std::min_element(
+        from, to, [](const BraceSpan &a, const BraceSpan &b) { return a.open < b.open; });
+    return first == to ? BraceSpan() : *first;
 }
 
-AppsSection cutAppsSection(QByteArrayView utf8)
+QString AppsSection::launchOptions(const QString &appid) const
 {
-    const BraceSpan apps = findAppsSection(utf8);
-    return {apps.isValid() ? utf8.sliced(apps.open, apps.close + 1 - apps.open) : QByteArrayView()};
-}
-
-BraceSpan findAppBlock(QStringView text, BraceSpan apps, QStringView appid)
-{
-    return findBlock(text, apps, appid);
-}
-
-BraceSpan findAppBlock(QByteArrayView utf8, BraceSpan apps, QStringView appid)
-{
-    return findBlock(utf8, apps, appid);
-}
-
-BraceSpan findLaunchOptionsValue(QStringView text, qsizetype from, qsizetype to)
-{
-    return findValue(text, from, to);
-}
-
-QString readLaunchOptions(QStringView text, QStringView appid)
-{
-    return readValue(text, findAppsSection(text), appid);
-}
-
-QString readLaunchOptions(AppsSection section, QStringView appid)
-{
-    return readValue(section.utf8, {0, section.utf8.size() - 1}, appid);
+    const BraceSpan game = block(appid);
+    // The first value that begins in the block; those after it end no earlier.
+    const auto value =
+        std::lower_bound(values.cbegin(), values.cend(), game.open,
+                         [](const BraceSpan &a, qsizetype from) { return a.open < from; });
+    if (!game.isValid() || value == values.cend() || value->close < 0 || value->close > game.close)
+        return {};
+    // Decoded with its quote: what stands at the very start of a text could be a byte-order mark.
+    return QString::fromUtf8(utf8.sliced(value->open, value->close - value->open)).mid(1);
 }
 
 } // namespace steam

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "steam/locations.h"
 
+#include "base/readfile.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -31,10 +33,7 @@ QStringList steamLibraryDirs()
     if (root.isEmpty())
         return {};
     QStringList libraries{root + "/steamapps"_L1};
-    QFile file(libraries.first() + "/libraryfolders.vdf"_L1);
-    if (!file.open(QIODevice::ReadOnly))
-        return libraries;
-    const QString text = QString::fromUtf8(file.readAll());
+    const QString text = base::readText(libraries.first() + "/libraryfolders.vdf"_L1);
     for (auto matches = pathEntry.globalMatch(text); matches.hasNext();) {
         const QString candidate = matches.next().captured(1) + "/steamapps"_L1;
         if (QFile::exists(candidate) && !libraries.contains(candidate))

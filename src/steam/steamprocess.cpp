@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "steam/steamprocess.h"
 
+#include "base/readfile.h"
+
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QThread>
@@ -14,10 +15,8 @@ namespace steam
 
 bool isSteamRunning()
 {
-    QFile pidFile(QDir::homePath() + "/.steam/steam.pid"_L1);
-    if (!pidFile.open(QIODevice::ReadOnly))
-        return false;
-    const QString pid = QString::fromLatin1(pidFile.readAll()).trimmed();
+    const auto pidFile = base::readFile(QDir::homePath() + "/.steam/steam.pid"_L1);
+    const QString pid = QString::fromLatin1(pidFile.value_or(QByteArray())).trimmed();
     if (pid.isEmpty())
         return false;
     return QFileInfo("/proc/"_L1 + pid + "/exe"_L1).symLinkTarget().contains("steam"_L1);

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "base/durablefile.h"
 
+#include "filecontents.h"
 #include "support/filesizelimit.h"
 #include "support/firstdescriptorfree.h"
 #include "support/scratchfile.h"
 
+#include <QDateTime>
 #include <QFileInfo>
 #include <QTest>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 using base::Replaced;
@@ -18,24 +23,25 @@ class TestDurableFile : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsEveryByte_data();
-    void readsEveryByte();
-    void readsNothingWithoutAFile();
-    void readsNothingFromAFolder();
-    void readsNothingOfAnotherLengthThanTheFiles();
-
     void replacesTheContent_data();
     void replacesTheContent();
     void makesAFileThatIsNotThereYet();
     void keepsTheMode_data();
     void keepsTheMode();
+    void keepsOwnerGroupAndMode();
+    void hasAnotherTimeThanTheOldFile();
     void keepsALink();
     void keepsALinkToALink();
     void keepsALinkFromAnotherFolder();
+    void writesThroughALinkThatLeadsNowhere_data();
+    void writesThroughALinkThatLeadsNowhere();
+    void cannotOpenWhereALinksFolderIsMissing();
     void cannotOpenWithoutTheFolder();
     void cannotOpenAFolder();
     void cannotOpenWhatCannotBeLookedAt_data();
     void cannotOpenWhatCannotBeLookedAt();
+    void replacesTheExpectedVersion();
+    void replacesNoOtherVersion();
     void aFullDiskFailsTheCommit_data();
     void aFullDiskFailsTheCommit();
 
@@ -45,63 +51,44 @@ private Q_SLOTS:
     void copiesNothingWithoutAFile();
     void copiesNoFolder();
     void leavesNoPartOfACopy();
+    void aCopyKeepsOwnerGroupAndMode();
 
-    void syncsWhatIsThere();
-    void cannotSyncWhatIsNotThere();
-    void syncsWithTheFirstOfAllDescriptors();
+    void worksWithTheFirstOfAllDescriptors();
     void keepsNoDescriptorOpen();
 };
 
 namespace
 {
 
-void addContents()
+constexpr uid_t rootId = 0;
+
+/// Owner and group that root can give a file; for anyone else the only ones possible.
+uid_t otherOwner()
 {
-    QTest::addColumn<QByteArray>("content");
-    QTest::newRow("empty") << QByteArray("");
-    QTest::newRow("one byte") << QByteArray("x");
-    QTest::newRow("NUL bytes") << QByteArray("a\0b\0", 4);
-    QTest::newRow("line ends of all kinds") << QByteArray("a\r\nb\nc\rd");
-    QTest::newRow("byte-order mark") << QByteArray("\xef\xbb\xbf{}");
-    QTest::newRow("no valid UTF-8") << QByteArray("\xff\xfe\xc3(\x80");
-    QTest::newRow("16,384 bytes") << QByteArray(16384, 'x');
-    QTest::newRow("16,385 bytes") << QByteArray(16385, 'y');
-    QTest::newRow("3 MB") << QByteArray(3'000'000, 'z');
+    return ::geteuid() == rootId ? 65534 : ::geteuid();
+}
+gid_t otherGroup()
+{
+    return ::geteuid() == rootId ? 65533 : ::getegid();
+}
+
+struct stat look(const QString &path)
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        qFatal("cannot look at %s", qPrintable(path));
+    return status;
+}
+
+/// Gives the file another owner, where that is possible, and a mode that nobody has by default.
+void giveAway(const QString &path)
+{
+    if (::chown(QFile::encodeName(path).constData(), otherOwner(), otherGroup()) != 0)
+        qFatal("cannot give %s away", qPrintable(path));
+    ScratchFile::setMode(path, 04750); // a change of the owner drops the first bit
 }
 
 } // namespace
-
-void TestDurableFile::readsEveryByte_data()
-{
-    addContents();
-}
-
-void TestDurableFile::readsEveryByte()
-{
-    QFETCH(QByteArray, content);
-    const ScratchFile file(content);
-    const std::optional<QByteArray> read = base::readWholeFile(file.path());
-    QVERIFY(read.has_value());
-    QVERIFY(*read == content);
-}
-
-void TestDurableFile::readsNothingWithoutAFile()
-{
-    const ScratchFile file("old");
-    QVERIFY(!base::readWholeFile(file.beside(u"missing"_s)).has_value());
-}
-
-void TestDurableFile::readsNothingFromAFolder()
-{
-    const ScratchFile file("old");
-    QVERIFY(!base::readWholeFile(file.folder()).has_value());
-}
-
-void TestDurableFile::readsNothingOfAnotherLengthThanTheFiles()
-{
-    // The kernel tells no length of these.
-    QVERIFY(!base::readWholeFile(u"/proc/self/status"_s).has_value());
-}
 
 void TestDurableFile::replacesTheContent_data()
 {
@@ -143,6 +130,32 @@ void TestDurableFile::keepsTheMode()
     QCOMPARE(ScratchFile::mode(file.path()), mode);
 }
 
+void TestDurableFile::keepsOwnerGroupAndMode()
+{
+    const ScratchFile file("old");
+    giveAway(file.path());
+    QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+    const struct stat now = look(file.path());
+    QCOMPARE(now.st_uid, otherOwner());
+    QCOMPARE(now.st_gid, otherGroup());
+    QCOMPARE(now.st_mode & 07777, mode_t(04750));
+}
+
+void TestDurableFile::hasAnotherTimeThanTheOldFile()
+{
+    const ScratchFile file("old");
+    for (int i = 0; i < 20; ++i) {
+        // The old file gets the time that the clock of the kernel's files still shows.
+        timespec now = {};
+        ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+        const timespec times[] = {now, now};
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(file.path()).constData(), times, 0), 0);
+        const QDateTime before = QFileInfo(file.path()).lastModified();
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+        QVERIFY(QFileInfo(file.path()).lastModified() != before);
+    }
+}
+
 void TestDurableFile::keepsALink()
 {
     const ScratchFile file("old");
@@ -181,6 +194,43 @@ void TestDurableFile::keepsALinkFromAnotherFolder()
     QCOMPARE(other.listing(), (QStringList{u"link"_s, u"localconfig.vdf"_s}));
 }
 
+void TestDurableFile::writesThroughALinkThatLeadsNowhere_data()
+{
+    QTest::addColumn<QString>("link");
+    QTest::newRow("a link") << u"link"_s;
+    QTest::newRow("a link to it") << u"outer"_s;
+    QTest::newRow("a link in another folder") << u"sub/link"_s;
+    QTest::newRow("a link with a whole path") << u"absolute"_s;
+}
+
+void TestDurableFile::writesThroughALinkThatLeadsNowhere()
+{
+    QFETCH(const QString, link);
+    const ScratchFile file("");
+    QVERIFY(QFile::remove(file.path()));
+    QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
+    QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
+    QVERIFY(QFile::link(u"link"_s, file.beside(u"outer"_s)));
+    QVERIFY(QFile::link(u"../localconfig.vdf"_s, file.beside(u"sub/link"_s)));
+    QVERIFY(QFile::link(file.path(), file.beside(u"absolute"_s)));
+    QCOMPARE(base::replaceFile(file.beside(link), "new"), Replaced::Yes);
+    QVERIFY(QFileInfo(file.beside(link)).isSymLink());
+    QVERIFY(!QFileInfo(file.path()).isSymLink());
+    QCOMPARE(file.read(), QByteArray("new"));
+    QCOMPARE(file.listing(),
+             (QStringList{u"absolute"_s, u"link"_s, u"localconfig.vdf"_s, u"outer"_s, u"sub"_s}));
+}
+
+void TestDurableFile::cannotOpenWhereALinksFolderIsMissing()
+{
+    const ScratchFile file("old");
+    const QString link = file.beside(u"link"_s);
+    QVERIFY(QFile::link(u"missing/file"_s, link));
+    QCOMPARE(base::replaceFile(link, "new"), Replaced::CannotOpen);
+    QVERIFY(QFileInfo(link).isSymLink());
+    QCOMPARE(file.listing(), (QStringList{u"link"_s, u"localconfig.vdf"_s}));
+}
+
 void TestDurableFile::cannotOpenWithoutTheFolder()
 {
     const ScratchFile file("old");
@@ -213,6 +263,30 @@ void TestDurableFile::cannotOpenWhatCannotBeLookedAt()
     QCOMPARE(base::replaceFile(file.beside(name), "new"), Replaced::CannotOpen);
     QCOMPARE(file.read(), QByteArray("old"));
     QCOMPARE(file.listing(), (QStringList{u"circle"_s, u"localconfig.vdf"_s}));
+}
+
+void TestDurableFile::replacesTheExpectedVersion()
+{
+    const ScratchFile file("old");
+    QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
+    for (const QString &path : {file.path(), file.beside(u"link"_s)}) {
+        QCOMPARE(base::replaceFile(path, "new", base::fileVersion(path)), Replaced::Yes);
+        QCOMPARE(file.read(), QByteArray("new"));
+    }
+}
+
+void TestDurableFile::replacesNoOtherVersion()
+{
+    const ScratchFile file("old");
+    const std::optional<base::FileVersion> read = base::fileVersion(file.path());
+    file.write("somebody's");
+    QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CommitFailed);
+    QCOMPARE(file.read(), QByteArray("somebody's"));
+    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+
+    QVERIFY(QFile::remove(file.path()));
+    QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CommitFailed);
+    QCOMPARE(file.listing(), QStringList());
 }
 
 void TestDurableFile::aFullDiskFailsTheCommit_data()
@@ -291,23 +365,24 @@ void TestDurableFile::leavesNoPartOfACopy()
     QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
 }
 
-void TestDurableFile::syncsWhatIsThere()
+void TestDurableFile::aCopyKeepsOwnerGroupAndMode()
 {
-    const ScratchFile file("content");
-    QVERIFY(base::syncFileAndFolder(file.path()));
+    const ScratchFile file("original");
+    giveAway(file.path());
+    QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
+    const struct stat copy = look(file.beside(u"the copy"_s));
+    QCOMPARE(copy.st_uid, otherOwner());
+    QCOMPARE(copy.st_gid, otherGroup());
+    QCOMPARE(copy.st_mode & 07777, mode_t(04750));
 }
 
-void TestDurableFile::cannotSyncWhatIsNotThere()
-{
-    const ScratchFile file("content");
-    QVERIFY(!base::syncFileAndFolder(file.beside(u"missing"_s)));
-}
-
-void TestDurableFile::syncsWithTheFirstOfAllDescriptors()
+void TestDurableFile::worksWithTheFirstOfAllDescriptors()
 {
     const ScratchFile file("content");
     const support::FirstDescriptorFree free;
-    QVERIFY(base::syncFileAndFolder(file.path()));
+    QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
+    QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+    QCOMPARE(file.read(), QByteArray("new"));
 }
 
 void TestDurableFile::keepsNoDescriptorOpen()
@@ -319,7 +394,8 @@ void TestDurableFile::keepsNoDescriptorOpen()
         return descriptor;
     };
     const int before = firstFree();
-    QVERIFY(base::syncFileAndFolder(file.path()));
+    QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
+    QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
     QCOMPARE(firstFree(), before);
 }
 

@@ -12,6 +12,22 @@ using base::Replaced;
 using support::CallWatch;
 using support::ScratchFile;
 
+namespace
+{
+
+/// Another program that writes to the file.
+using Writer = void (*)(const ScratchFile &file);
+
+void setTime(const QString &path, time_t seconds)
+{
+    const timespec times[] = {{seconds, 0}, {seconds, 0}};
+    QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Writer)
+
 class TestDurableFileCalls : public QObject
 {
     Q_OBJECT
@@ -22,10 +38,12 @@ private Q_SLOTS:
     void aFailingCallFailsTheCommit();
     void aCallThatFailsWithoutHarm_data();
     void aCallThatFailsWithoutHarm();
+    void leavesNoCopyThatIsNotOnTheDisk_data();
     void leavesNoCopyThatIsNotOnTheDisk();
-    void syncsTheFileAndItsFolder();
-    void oneFailingSyncIsAFailure_data();
-    void oneFailingSyncIsAFailure();
+    void aCopyIsOnTheDisk();
+    void theOwnerThatRootCannotKeep();
+    void whatAnotherProgramDidMeanwhileStands_data();
+    void whatAnotherProgramDidMeanwhileStands();
 };
 
 void TestDurableFileCalls::isOnTheDiskBeforeItTakesTheOldFilesPlace()
@@ -77,37 +95,95 @@ void TestDurableFileCalls::aCallThatFailsWithoutHarm()
     QCOMPARE(file.read(), QByteArray("new"));
 }
 
+void TestDurableFileCalls::leavesNoCopyThatIsNotOnTheDisk_data()
+{
+    QTest::addColumn<QByteArray>("call");
+    QTest::newRow("the original cannot be read") << QByteArray("read localconfig.vdf");
+    QTest::newRow("the copy cannot be compared") << QByteArray("read the copy");
+    QTest::newRow("its mode cannot be kept") << QByteArray("change the mode");
+    QTest::newRow("it cannot be synced") << QByteArray("sync a file");
+    QTest::newRow("its folder cannot be synced") << QByteArray("sync a folder");
+}
+
 void TestDurableFileCalls::leavesNoCopyThatIsNotOnTheDisk()
 {
+    QFETCH(const QByteArray, call);
     const ScratchFile file("original");
     CallWatch watch;
-    watch.fail("sync a folder", EIO);
+    watch.fail(call, EIO);
     QVERIFY(!base::copyFile(file.path(), file.beside(u"the copy"_s)));
     QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
 }
 
-void TestDurableFileCalls::syncsTheFileAndItsFolder()
+void TestDurableFileCalls::aCopyIsOnTheDisk()
 {
-    const ScratchFile file("content");
+    const ScratchFile file("original");
     const CallWatch watch;
-    QVERIFY(base::syncFileAndFolder(file.path()));
-    QCOMPARE(watch.order(), (QByteArrayList{"sync a file", "sync a folder"}));
+    QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
+    QCOMPARE(watch.order().last(2), (QByteArrayList{"sync a file", "sync a folder"}));
 }
 
-void TestDurableFileCalls::oneFailingSyncIsAFailure_data()
+void TestDurableFileCalls::theOwnerThatRootCannotKeep()
 {
-    QTest::addColumn<QByteArray>("call");
-    QTest::newRow("the file's") << QByteArray("sync a file");
-    QTest::newRow("the folder's") << QByteArray("sync a folder");
-}
-
-void TestDurableFileCalls::oneFailingSyncIsAFailure()
-{
-    QFETCH(const QByteArray, call);
-    const ScratchFile file("content");
+    const ScratchFile file("old");
+    const bool isRoot = ::geteuid() == 0;
     CallWatch watch;
-    watch.fail(call, EIO);
-    QVERIFY(!base::syncFileAndFolder(file.path()));
+    watch.fail("change the owner", EPERM);
+    QCOMPARE(base::copyFile(file.path(), file.beside(u"the copy"_s)), !isRoot);
+    QCOMPARE(QFile::exists(file.beside(u"the copy"_s)), !isRoot);
+    QCOMPARE(base::replaceFile(file.path(), "new"),
+             isRoot ? Replaced::CommitFailed : Replaced::Yes);
+    QCOMPARE(file.read(), QByteArray(isRoot ? "old" : "new"));
+}
+
+void TestDurableFileCalls::whatAnotherProgramDidMeanwhileStands_data()
+{
+    QTest::addColumn<Writer>("write");
+    QTest::addColumn<QByteArray>("left");
+    const auto row = [](const char *name, Writer write, const char *left) {
+        QTest::newRow(name) << write << QByteArray(left);
+    };
+    row(
+        "another size",
+        [](const ScratchFile &file) {
+            file.write("theirs, longer");
+            setTime(file.path(), 1);
+        },
+        "theirs, longer");
+    row(
+        "another time",
+        [](const ScratchFile &file) {
+            file.write("their text");
+            setTime(file.path(), 2);
+        },
+        "their text");
+    row(
+        "another file",
+        [](const ScratchFile &file) {
+            const QString other = file.beside(u"other"_s);
+            ScratchFile::writeTo(other, "their text");
+            setTime(other, 1);
+            QVERIFY(QFile::remove(file.path()));
+            QVERIFY(QFile::rename(other, file.path()));
+        },
+        "their text");
+    row(
+        "none", [](const ScratchFile &file) { QVERIFY(QFile::remove(file.path())); },
+        "(unreadable)");
+}
+
+void TestDurableFileCalls::whatAnotherProgramDidMeanwhileStands()
+{
+    QFETCH(const Writer, write);
+    QFETCH(const QByteArray, left);
+    const ScratchFile file("my old one");
+    setTime(file.path(), 1);
+    const std::optional<base::WholeFile> read = base::readWholeFile(file.path());
+    CallWatch watch;
+    watch.before("sync a file", [&] { write(file); });
+    QCOMPARE(base::replaceFile(file.path(), "new", read->version), Replaced::CommitFailed);
+    QCOMPARE(file.read(), left);
+    QVERIFY(file.listing().size() <= 1);
 }
 
 QTEST_GUILESS_MAIN(TestDurableFileCalls)

@@ -8,13 +8,13 @@
 //   fault-driver backup FILE                  writeBackup()
 //   fault-driver plain FILE APPID OPTIONS     the same edit with a plain QSaveFile: the control
 //   fault-driver remember FILE TEXT APPID...  keeps TEXT for each game in the store FILE
-//   fault-driver recover FILE APPID           recoverStore(); whether the game's own are there
-//   fault-driver set-twice FILE KEY A B       sets the store's KEY to A, then at once to B
+//   fault-driver set-twice FILE KEY A B       sets the store's KEY to A, then at once to B, and tells
+//                                             what the store then reads
 //   fault-driver start-steam FILE             startSteam() while FILE is open
 //   fault-driver shutdown SECONDS             shutdownSteam()
 //   fault-driver wait                         waits until it is killed
+//   fault-driver qt-version                   tells the version of Qt that it runs on
 #include "launch/settingsstore.h"
-#include "steam/keyvalues.h"
 #include "steam/launchoptionseditor.h"
 #include "steam/steamprocess.h"
 
@@ -51,44 +51,41 @@ int plainSave(const QStringList &arguments)
     QFile file(arguments[2]);
     if (!file.open(QIODevice::ReadOnly))
         return claim(false, u"cannot open"_s);
-    QString text = QString::fromUtf8(file.readAll());
+    QByteArray text = file.readAll();
     file.close();
-    const steam::BraceSpan block =
-        steam::findAppBlock(text, steam::findAppsSection(text), arguments[3]);
-    if (!block.isValid())
+    const QByteArray key = '"' + arguments[3].toUtf8() + '"';
+    const QByteArray name = "\"LaunchOptions\"\t\t\"";
+    const qsizetype found = text.indexOf(name, text.indexOf(key));
+    if (found < 0)
         return claim(false, u"cannot find"_s);
-    const steam::BraceSpan value = steam::findLaunchOptionsValue(text, block.open, block.close);
-    text.replace(value.open + 1, value.close - value.open - 1, arguments[4]);
+    const qsizetype value = found + name.size();
+    text.replace(value, text.indexOf('"', value) - value, arguments[4].toUtf8());
     QSaveFile save(arguments[2]);
     if (!save.open(QIODevice::WriteOnly))
         return claim(false, u"cannot write"_s);
-    save.write(text.toUtf8());
+    save.write(text);
     return claim(save.commit());
 }
 
 int remember(const QStringList &arguments)
 {
-    QSettings store(arguments[2], QSettings::IniFormat);
-    for (const QString &appid : arguments.sliced(4))
-        launch::rememberOriginalLaunchOptions(store, appid, arguments[3]);
-    return claim(launch::syncStore(store));
-}
-
-int recover(const QStringList &arguments)
-{
-    QSettings store(arguments[2], QSettings::IniFormat);
-    launch::recoverStore(store);
-    return claim(!launch::originalLaunchOptions(store, arguments[3]).isEmpty());
+    QSettings store(arguments[2], QSettings::NativeFormat);
+    return claim(launch::changeStore(store, [&](QSettings &scratch) {
+        for (const QString &appid : arguments.sliced(4))
+            launch::rememberOriginalLaunchOptions(scratch, appid, arguments[3]);
+    }));
 }
 
 int setTwice(const QStringList &arguments)
 {
-    QSettings store(arguments[2], QSettings::IniFormat);
-    store.setValue(arguments[3], arguments[4]);
-    const bool first = launch::syncStore(store);
-    store.setValue(arguments[3], arguments[5]);
-    const bool second = launch::syncStore(store);
-    return claim(first && second);
+    QSettings store(arguments[2], QSettings::NativeFormat);
+    const auto set = [&](const QString &value) {
+        return launch::changeStore(
+            store, [&](QSettings &scratch) { scratch.setValue(arguments[3], value); });
+    };
+    const bool first = set(arguments[4]);
+    const bool second = set(arguments[5]);
+    return claim(first && second, store.value(arguments[3]).toString());
 }
 
 int startSteam(const QStringList &arguments)
@@ -118,14 +115,14 @@ int main(int argc, char **argv)
         return plainSave(arguments);
     if (task == "remember"_L1)
         return remember(arguments);
-    if (task == "recover"_L1)
-        return recover(arguments);
     if (task == "set-twice"_L1)
         return setTwice(arguments);
     if (task == "start-steam"_L1)
         return startSteam(arguments);
     if (task == "shutdown"_L1)
         return claim(steam::shutdownSteam(arguments[2].toInt(), {}));
+    if (task == "qt-version"_L1)
+        return claim(true, QLatin1StringView(qVersion()));
     while (task == "wait"_L1)
         ::pause();
     return 2;

@@ -110,6 +110,12 @@ def ask(*arguments, prefix=()):
     return Answer(run([*prefix, DRIVER, *arguments]))
 
 
+def has_plain_save_mended():
+    """Whether this Qt's own save class notices a full disk, so that it is no control for it."""
+    version = ask("qt-version").text.split(".")
+    return (int(version[0]), int(version[1])) >= (6, 8)
+
+
 class Call:
     """One system call of a trace: its name, which one of that name it was, and its line."""
 
@@ -121,12 +127,14 @@ class Call:
         return f"{self.name} {self.number}"
 
 
+SCRATCH = "/fault-driver-"  # the driver's temporary folders begin so
 CALL = re.compile(r"^(\w+)\(")
 
 
 def traced(folder, arguments, strace=()):
     """Runs the driver under strace; its process, and the calls that touch `folder`, the files in it
-    or files in memory. With `-y` every descriptor is written with the file that it stands for."""
+    or the driver's scratch copies. With `-y` every descriptor is written with the file that it
+    stands for."""
     log = tempfile.NamedTemporaryFile(prefix="marrowpulse-trace.")
     with log:
         # Leaks cannot be looked for in a traced process. One whose calls fail up to its end would
@@ -145,7 +153,7 @@ def traced(folder, arguments, strace=()):
             continue
         name = match.group(1)
         seen[name] = seen.get(name, 0) + 1
-        if name != "execve" and any(part in line for part in (folder, "memfd", "(INJECTED)")):
+        if name != "execve" and any(part in line for part in (folder, SCRATCH, "(INJECTED)")):
             calls.append(Call(name, seen[name], line))
     for call in {call.name: call for call in calls}.values():
         call.is_last = True

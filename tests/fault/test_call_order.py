@@ -21,7 +21,7 @@ def steps(folder, calls):
             what = "folder"
         elif ".bak-marrow-" in call.line:
             what = "backup"
-        elif "#" in call.line or faults.FILE + "." in call.line:
+        elif "#" in call.line or faults.FILE + "." in call.line or ".conf." in call.line:
             what = "temporary"
         else:
             what = "file"
@@ -61,15 +61,21 @@ class CallOrder(unittest.TestCase):
                 # The backup's own temporary file has no name in the folder, or one of its own.
                 self.assertRegex(line, r"O_TMPFILE|qt_temp")
 
-    def test_the_store_is_synced_with_its_folder(self):
+    def test_the_store_is_replaced_as_steams_file_is(self):
         with faults.Folder() as folder:
             path = os.path.join(folder.path, "store.conf")
             faults.write(path, b"[original]\n400=-first\n")
             process, calls = traced(folder.path, ["remember", path, OWN_OPTIONS, "10"])
             self.assertTrue(faults.Answer(process).done)
-            order = steps(folder.path, calls)
-        self.assertEqual(order[-2:], ["sync file", "sync folder"])
-        self.assertTrue([step for step in order if step.startswith("rename")], order)
+            lines = [call.line for call in calls if folder.path in call.line]
+            order = steps(folder.path, [call for call in calls if folder.path in call.line])
+        self.assertEqual(order[0], "sync temporary")
+        self.assertEqual(order[-2:], ["rename temporary", "sync folder"])
+        self.assertEqual(order.count("rename temporary"), 1)
+        # The store's own name is only read.
+        for line in lines:
+            if line.startswith("openat") and "O_RDONLY" not in line:
+                self.assertRegex(line, r"O_TMPFILE|store\.conf\.")
 
 
 def is_subsequence(wanted, order):

@@ -76,7 +76,8 @@ class SteamsFile(unittest.TestCase):
         self.on_every_disk("edit", lambda size: pages(size) + pages(size - 20))
 
     def test_the_control_finds_false_success(self):
-        """A plain save on the same disks empties the file, or cuts it, and reports success."""
+        """A plain save on the same disks empties the file, or cuts it, and reports success; up to
+        the version of Qt that notices a full disk by itself."""
         emptied = cut = 0
         for payload in PAYLOADS:
             old = faults.sample(payload)
@@ -86,8 +87,11 @@ class SteamsFile(unittest.TestCase):
                         now = faults.read(disk.file)
                         emptied += not now
                         cut += bool(now) and now != faults.edited(old)
-        self.assertGreater(emptied, 0)
-        self.assertGreater(cut, 0)
+        if faults.has_plain_save_mended():
+            self.assertEqual((emptied, cut), (0, 0))
+        else:
+            self.assertGreater(emptied, 0)
+            self.assertGreater(cut, 0)
 
 
 class SettingsStore(unittest.TestCase):
@@ -121,7 +125,7 @@ class SettingsStore(unittest.TestCase):
         for attempt in range(10):
             with Disk(b"", 64 * PAGE, name="store.conf") as disk:
                 answer = faults.ask("set-twice", disk.file, "config/10/holdback", "1", "2")
-                self.assertTrue(answer.done, f"attempt {attempt}")
+                self.assertEqual((answer.done, answer.text), (True, "2"), f"attempt {attempt}")
                 self.assertEqual(faults.read(disk.file), b"[config]\n10\\holdback=2\n")
 
     def test_the_first_store_of_all(self):
@@ -142,7 +146,7 @@ class WholeApply(unittest.TestCase):
             with Disk(None, 0, at=os.path.dirname(pretend.store)):
                 lines = pretend.apply("enable")
             after = faults.read(pretend.local_config)
-        message = f"could not write backup for {pretend.local_config}"
+        message = f"could not write backup for {pretend.store}"
         self.assertEqual(lines[1:-1],
                          [f"Some changes failed:|1001: {message}|1003: {message}",
                           "Changes applied. Restart Steam now?"])

@@ -16,6 +16,8 @@ MESSAGES = ("cannot open ", "could not write backup for ", "cannot write ", "com
 OLD = faults.sample(5000)
 NEW = faults.edited(OLD)
 OLD_STORE = b"[config]\n620\\framegen=true\n\n[original]\n400=-first\n620=-second\n"
+HALF_STORES = [OLD_STORE.replace(b"400=", b"%d=-own\n400=" % game) for game in (10, 20)]
+NEW_STORE = OLD_STORE.replace(b"400=", b"10=-own\n20=-own\n400=")
 
 
 class Fault:
@@ -215,15 +217,13 @@ class Store(Sweep):
 
     @staticmethod
     def judge(fault, answer, folder):
-        wrong = leftovers(fault, folder, ("Marrowpulse.conf",)) + unnoticed_sync(fault, answer)
-        path = os.path.join(folder.path, "Marrowpulse.conf")
-        content = faults.read(path) if os.path.exists(path) else b""
-        lines = content.split(b"\n")
-        kept = content == OLD_STORE or all(line in lines for line in OLD_STORE.split(b"\n"))
-        if not kept:
-            wrong.append(f"what it held is lost: {content}")
-        if answer.done and not (b"10=-own" in lines and b"20=-own" in lines):
-            wrong.append(f"what was set is not there: {content}")
+        wrong = leftovers(fault, folder, ("Marrowpulse.conf",))
+        if faults.SCRATCH not in fault.call.line:
+            wrong += unnoticed_sync(fault, answer, last_may_fail=True)
+        content = faults.read(os.path.join(folder.path, "Marrowpulse.conf"))
+        # Where one of the two does not come back from the scratch copy, the other one is kept.
+        if content not in ([NEW_STORE] if answer.done else [OLD_STORE, *HALF_STORES]):
+            wrong.append(f"the store is not what is claimed: {content}")
         return wrong
 
     def test_every_call_fails_with_every_error(self):
@@ -237,41 +237,6 @@ class Store(Sweep):
     def test_fewer_bytes_move_than_reported(self):
         faulty = short_moves(clean_trace(self.setup, self.task))
         self.sweep(share(faulty, 15), self.setup, self.task, self.judge)
-
-
-class RecoveredStore(Sweep):
-    """A run was killed while it wrote the store: the old file stands under its second name."""
-
-    @staticmethod
-    def setup_beside(left):
-        def setup():
-            folder = faults.Folder()
-            faults.write(os.path.join(folder.path, "Marrowpulse.conf"), left)
-            faults.write(os.path.join(folder.path, "Marrowpulse.conf.marrow-spare"), OLD_STORE)
-            return folder
-        return setup
-
-    @staticmethod
-    def task(folder):
-        return ["recover", os.path.join(folder.path, "Marrowpulse.conf"), APPID]
-
-    def sweep_beside(self, left, whole):
-        """`whole`: what one of the files has to hold afterwards."""
-        def judge(fault, answer, folder):
-            held = [faults.read(os.path.join(folder.path, name)) for name in folder.names()]
-            return [] if whole in held else [f"lost, what is held is {held}"]
-
-        setup = self.setup_beside(left)
-        calls = [call for call in clean_trace(setup, self.task)
-                 if call.name != "read" or "memfd" not in call.line]  # memory can be read
-        self.sweep(each_error(calls, 1), setup, self.task, judge)
-
-    def test_beside_a_piece_of_the_new_file_every_call_fails(self):
-        self.sweep_beside(OLD_STORE[:30], OLD_STORE)
-
-    def test_beside_the_new_file_every_call_fails(self):
-        new = OLD_STORE + b"900=-new\n"
-        self.sweep_beside(new, new)
 
 
 class PlainSave(unittest.TestCase):

@@ -41,7 +41,8 @@ class KilledEdit(unittest.TestCase):
             process, calls = traced(folder.path, task(folder))
             self.assertTrue(faults.Answer(process).done)
         self.assertGreater(len(calls), 50)
-        results = faults.in_parallel(one, share(calls, count))
+        # The last call comes after the new file took its place.
+        results = faults.in_parallel(one, [*share(calls[:-1], count - 1), calls[-1]])
         print(f"{self.id()}: {len(results)} kills")
         self.assertEqual([text for wrong, _ in results for text in wrong], [])
         self.assertEqual({done for _, done in results}, {False, True})
@@ -87,15 +88,17 @@ class KilledApply(unittest.TestCase):
             lines = pretend.apply("enable")
             duration = int(lines[-1]) / 1000
             self.assertEqual(lines[1:-1], ["Changes applied. Restart Steam now?"])
-            states = self.states(before, faults.read(pretend.local_config))
+            after = faults.read(pretend.local_config)
+            self.assertEqual(sorted(self.options(after)), self.games)
             reached = set()
             for kill in range(self.kills):
                 pretend.reset(before)
-                moment = moments.uniform(0, duration)
+                moment = moments.uniform(0, 1.5 * duration)
                 self.kill_apply(pretend, moment)
                 now = faults.read(pretend.local_config)
-                self.assertIn(now, states, f"kill {kill} after {moment} s: the file is damaged")
-                reached.add(states.index(now))
+                self.assertIn(now, (before, after),
+                              f"kill {kill} after {moment} s: the file is damaged")
+                reached.add(now)
                 for backup in pretend.backups():
                     self.assertEqual(faults.read(backup), before, f"kill {kill}")
                 kept = pretend.originals()
@@ -103,9 +106,9 @@ class KilledApply(unittest.TestCase):
                     own = f"-own{game}"
                     self.assertTrue(self.options(now)[game] == own or kept.get(game) == own,
                                     f"kill {kill} after {moment} s: {game} has lost its options")
-        print(f"{self.id()}: {self.kills} kills in {duration} s, {len(reached)} states of the file")
+        print(f"{self.id()}: {self.kills} kills in {duration} s")
         # The moments are spread over the work and not all before or behind it.
-        self.assertGreater(len(reached), self.kills // 4)
+        self.assertEqual(len(reached), 2)
 
     @staticmethod
     def options(content):
@@ -113,18 +116,6 @@ class KilledApply(unittest.TestCase):
         found = re.findall(r'"(\d+)"\s*\{(?:[^{}]|\{[^{}]*\})*?"LaunchOptions"\t\t"([^"]*)"',
                            content.decode())
         return dict(found)
-
-    def states(self, before, after):
-        """The file with none, one, two and so on of its games changed, in the order of names."""
-        final = self.options(after)
-        self.assertEqual(sorted(final), self.games)
-        states = [before]
-        for game in self.games:
-            old, new = (f'"LaunchOptions"\t\t"{o}"'.encode() for o in (f"-own{game}", final[game]))
-            self.assertEqual(states[-1].count(old), 1)
-            states.append(states[-1].replace(old, new))
-        self.assertEqual(states[-1], after)
-        return states
 
     @staticmethod
     def kill_apply(pretend, moment):

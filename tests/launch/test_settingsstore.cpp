@@ -38,15 +38,6 @@ QByteArrayList sortedLines(const QByteArray &text)
     return lines;
 }
 
-/// The launch options that another run of the program would find kept: read from a copy of the
-/// file, past what this run remembers of it.
-QString keptOnDisk(const PretendMachine &machine, const QString &appid)
-{
-    const QString copy = machine.root() + "/copy.conf"_L1;
-    machine.write(copy, machine.read(machine.storePath()));
-    return launch::originalLaunchOptions(QSettings(copy, QSettings::IniFormat), appid);
-}
-
 } // namespace
 
 class TestSettingsStore : public QObject
@@ -68,9 +59,6 @@ private Q_SLOTS:
     void rememberOriginal();
     void firstOriginalIsKeptForGood();
     void originalsOfTwoGames();
-    void originalIsReadBackFromTheFile_data();
-    void originalIsReadBackFromTheFile();
-    void originalIsOnDiskOnlyAfterSync();
 
 private:
     QByteArray text() const { return machine->read(machine->storePath()); }
@@ -190,40 +178,6 @@ void TestSettingsStore::originalsOfTwoGames()
     QCOMPARE(launch::originalLaunchOptions(*store, u"9"_s), u"-novid"_s);
     QCOMPARE(launch::originalLaunchOptions(*store, u"10"_s), u"-high"_s);
     QCOMPARE(launch::originalLaunchOptions(*store, u"11"_s), u""_s);
-}
-
-void TestSettingsStore::originalIsReadBackFromTheFile_data()
-{
-    QTest::addColumn<QString>("options");
-
-    QTest::newRow("plain") << u"-novid -high"_s;
-    QTest::newRow("quotes and backslashes") << u"\\\"C:\\\\games\\\" \"x\" %command%"_s;
-    QTest::newRow("comma: no list") << u"-a,b, c"_s;
-    QTest::newRow("semicolon and number sign") << u"a; b # c"_s;
-    QTest::newRow("equals sign and percent") << u"DXVK=1 %command% %20"_s;
-    QTest::newRow("blanks around it") << u"  -novid  "_s;
-    QTest::newRow("text beyond ASCII") << u"-naïve Ночной 🎮"_s;
-    QTest::newRow("the look of a value of Qt's own") << u"@Size(1 2)"_s;
-    QTest::newRow("the look of no value") << u"@Invalid()"_s;
-    QTest::newRow("a line break and a tab") << u"a\n\tb"_s;
-}
-
-void TestSettingsStore::originalIsReadBackFromTheFile()
-{
-    QFETCH(const QString, options);
-    launch::rememberOriginalLaunchOptions(*store, u"9"_s, options);
-    QVERIFY(launch::syncStore(*store));
-    QCOMPARE(keptOnDisk(*machine, u"9"_s), options);
-}
-
-void TestSettingsStore::originalIsOnDiskOnlyAfterSync()
-{
-    launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-novid"_s);
-    QVERIFY(!launch::isOriginalOnDisk(*store, u"9"_s));
-    QVERIFY(!QFile::exists(machine->storePath()));
-    QVERIFY(launch::syncStore(*store));
-    QVERIFY(launch::isOriginalOnDisk(*store, u"9"_s));
-    QCOMPARE(text(), QByteArray("[original]\n9=-novid\n"));
 }
 
 QTEST_GUILESS_MAIN(TestSettingsStore)

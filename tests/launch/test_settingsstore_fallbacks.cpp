@@ -32,10 +32,9 @@ private Q_SLOTS:
         QSettings store(u"Marrowpulse"_s, u"Marrowpulse"_s);
         QCOMPARE(store.value(u"x"_s).toString(), u"1"_s);
         QCOMPARE(store.value(u"config/571/caphz"_s).toString(), u"40"_s);
-        launch::rememberOriginalLaunchOptions(store, u"570"_s, u"-novid"_s);
-        QVERIFY(launch::syncStore(store));
-        QVERIFY(launch::isOriginalOnDisk(store, u"570"_s));
-        QVERIFY(!launch::isOriginalOnDisk(store, u"571"_s));
+        QVERIFY(launch::changeStore(store, [](QSettings &scratch) {
+            launch::rememberOriginalLaunchOptions(scratch, u"570"_s, u"-novid"_s);
+        }));
         QFile file(store.fileName());
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), "[original]\n570=-novid\n");

@@ -222,52 +222,40 @@ std::int64_t characterSize(const Text &bytes, std::int64_t i)
     return isTooLong || isNone ? 1 : size;
 }
 
-/// How many units the bytes, one a unit, decode to; a byte that is part of no character decodes to
-/// one.
-std::int64_t decodedLength(const Text &bytes)
+/// The UTF-16 units of bytes, one a unit.
+Text decode(const Text &bytes)
 {
-    std::int64_t units = 0;
+    Text text;
     for (std::int64_t i = 0; i < length(bytes);) {
         const std::int64_t size = characterSize(bytes, i);
-        units += size == 4 ? 2 : 1;
+        if (size == 1) {
+            text += at(bytes, i) < 0x80 ? at(bytes, i) : u'\ufffd';
+        } else {
+            unsigned code = at(bytes, i) & (0x7fu >> size);
+            for (std::int64_t next = i + 1; next < i + size; ++next)
+                code = code << 6 | (at(bytes, next) & 0x3fu);
+            if (code >= 0x10000)
+                text += static_cast<char16_t>(0xd800 + ((code - 0x10000) >> 10));
+            text +=
+                static_cast<char16_t>(code < 0x10000 ? code : 0xdc00 + ((code - 0x10000) & 0x3ff));
+        }
         i += size;
     }
-    return units;
+    return text;
 }
 
-Block largestSection(const Text &text, std::int64_t (*size)(const Text &))
+bool isUtf8(const Text &bytes)
 {
-    Block kept;
-    std::int64_t keptSize = 0;
-    for (const Match &match : blockKeys(text, u"apps")) {
-        const Block found{match.end - 1, matchingBrace(text, match.end - 1)};
-        if (found.close <= 0)
-            continue;
-        const std::int64_t foundSize = size(part(text, found.open, found.close));
-        if (kept.open < 0 || foundSize > keptSize) {
-            kept = found;
-            keptSize = foundSize;
-        }
+    for (std::int64_t i = 0; i < length(bytes);) {
+        const std::int64_t size = characterSize(bytes, i);
+        if (size == 1 && at(bytes, i) >= 0x80)
+            return false;
+        i += size;
     }
-    return kept;
+    return true;
 }
 
-Text optionsIn(const Text &text, Block apps, const Text &appid)
-{
-    if (apps.open < 0)
-        return {};
-    const Block block = findAppBlock(text, apps, appid);
-    if (block.open < 0)
-        return {};
-    const Text content = part(text, block.open, block.close);
-    const std::vector<Match> values = allMatches(content, valueEntry);
-    return values.empty() ? Text{}
-                          : part(content, values.front().groupStart, values.front().groupEnd);
-}
-
-} // namespace
-
-std::int64_t matchingBrace(const std::u16string &text, std::int64_t start)
+std::int64_t closingBrace(const Text &text, std::int64_t start)
 {
     std::int64_t depth = 0;
     for (std::int64_t i = start; i < length(text); ++i) {
@@ -279,76 +267,150 @@ std::int64_t matchingBrace(const std::u16string &text, std::int64_t start)
                 return i;
         }
     }
-    return -1;
+    return nowhere;
 }
 
-Block findAppsSection(const std::u16string &text)
+/// The same for a reader who knows that braces in quotes are none, and what a backslash does there.
+std::int64_t closingBraceOutsideQuotes(const Text &text, std::int64_t start)
 {
-    return largestSection(text, length);
+    Text unquoted = text;
+    bool inQuotes = false;
+    for (std::int64_t i = start; i < length(text); ++i) {
+        char16_t &unit = unquoted[static_cast<std::size_t>(i)];
+        if (unit == u'"') {
+            inQuotes = !inQuotes;
+        } else if (inQuotes) {
+            const bool escapes = unit == u'\\';
+            unit = u'.';
+            if (escapes && i + 1 < length(text))
+                unquoted[static_cast<std::size_t>(++i)] = u'.';
+        }
+    }
+    return closingBrace(unquoted, start);
 }
 
-Block findAppBlock(const std::u16string &text, Block apps, const std::u16string &appid)
+Block appsSection(const Text &text)
+{
+    Block kept;
+    std::int64_t keptSize = 0;
+    for (const Match &match : blockKeys(text, u"apps")) {
+        const Block found{match.end - 1, closingBrace(text, match.end - 1)};
+        if (found.close <= 0)
+            continue;
+        const std::int64_t foundSize = length(decode(part(text, found.open, found.close)));
+        if (kept.open < 0 || foundSize > keptSize) {
+            kept = found;
+            keptSize = foundSize;
+        }
+    }
+    return kept;
+}
+
+Block appBlock(const Text &text, Block apps, const Text &appid)
 {
     for (const Match &match : blockKeys(text, appid)) {
         if (match.start < apps.open || match.start > apps.close)
             continue;
-        const Block found{match.end - 1, matchingBrace(text, match.end - 1)};
+        const Block found{match.end - 1, closingBrace(text, match.end - 1)};
         if (found.close >= 1 && found.close <= apps.close)
             return found;
     }
     return {};
 }
 
-std::u16string readLaunchOptions(const std::u16string &text, const std::u16string &appid)
+/// One unit a byte.
+Text optionsOf(const Text &text, const Text &appid)
 {
-    return optionsIn(text, findAppsSection(text), appid);
+    const Block apps = appsSection(text);
+    if (apps.open < 0)
+        return {};
+    const Block block = appBlock(text, apps, appid);
+    if (block.open < 0)
+        return {};
+    const Text content = part(text, block.open, block.close);
+    const std::vector<Match> values = allMatches(content, valueEntry);
+    return values.empty() ? Text()
+                          : part(content, values.front().groupStart, values.front().groupEnd);
+}
+
+} // namespace
+
+std::int64_t matchingBrace(const std::string &bytes, std::int64_t start)
+{
+    return closingBrace(widen(bytes), start);
+}
+
+Block findAppsSection(const std::string &bytes)
+{
+    return appsSection(widen(bytes));
+}
+
+Block findAppBlock(const std::string &bytes, Block apps, const std::string &appid)
+{
+    return appBlock(widen(bytes), apps, widen(appid));
+}
+
+std::u16string readLaunchOptions(const std::string &bytes, const std::string &appid)
+{
+    return decode(optionsOf(widen(bytes), widen(appid)));
+}
+
+std::string rawLaunchOptions(const std::string &bytes, const std::string &appid)
+{
+    return narrow(optionsOf(widen(bytes), widen(appid)));
 }
 
 Edit setLaunchOptions(const std::string &bytes, const std::string &appid,
                       const std::u16string &options)
 {
-    const auto refuse = [&bytes](const std::string &message) {
-        return Edit{false, message, bytes};
-    };
-
-    // The characters that cannot stand in a value.
-    for (const char16_t unit : options) {
-        if (unit == u'"' || unit == u'\\')
-            return refuse("options contain characters VDF cannot store unescaped");
-    }
-
     const Text text = widen(bytes);
     const Text id = widen(appid);
     bool wellFormed = true; // if not, refused at the end: it could not read back
     const Text value = widen(encode(options, wellFormed));
+    const Block apps = appsSection(text);
+    const Block block = apps.open < 0 ? Block() : appBlock(text, apps, id);
+    const Text content = block.open < 0 ? Text() : part(text, block.open, block.close + 1);
+    const std::vector<Match> values = allMatches(content, valueEntry);
 
-    const Block apps = largestSection(text, decodedLength);
+    // What the file holds for the game is in doubt.
+    bool doubtful = false;
+    for (const Block &found : {apps, block}) {
+        if (found.open >= 0 && closingBraceOutsideQuotes(text, found.open) != found.close)
+            doubtful = true;
+    }
+    bool oldBraces = false;
+    for (const Match &match : values) {
+        const Text old = part(content, match.groupStart, match.groupEnd);
+        std::int64_t backslashes = 0;
+        while (at(content, match.groupEnd - 1 - backslashes) == u'\\')
+            ++backslashes;
+        doubtful = doubtful || backslashes % 2 == 1 || !isUtf8(old);
+        oldBraces = oldBraces || old.find_first_of(u"{}") != Text::npos;
+    }
+    const auto refuse = [&bytes](const std::string &message, bool forOldText) {
+        return Edit{false, message, bytes, forOldText};
+    };
+
+    for (const char16_t unit : options) {
+        if (unit == u'"' || unit == u'\\')
+            return refuse("options contain characters VDF cannot store unescaped", doubtful);
+    }
     if (apps.open < 0)
-        return refuse("no apps section found");
-    const Block block = findAppBlock(text, apps, id);
-
+        return refuse("no apps section found", doubtful);
     Text edited;
-    bool oldValueGoesOn = false;
     if (block.open >= 0) {
-        const Text content = part(text, block.open, block.close + 1);
-        const std::vector<Match> values = allMatches(content, valueEntry);
         Text newContent;
         if (!values.empty()) {
             std::int64_t copied = 0;
             for (const Match &match : values) {
                 newContent += part(content, copied, match.groupStart) + value;
                 copied = match.groupEnd;
-                std::int64_t backslashes = 0;
-                while (at(content, match.groupEnd - 1 - backslashes) == u'\\')
-                    ++backslashes;
-                if (backslashes % 2 == 1)
-                    oldValueGoesOn = true;
             }
             newContent += part(content, copied, length(content));
         } else {
             const std::vector<Match> lines = allMatches(content, firstKeyLine);
             if (lines.empty())
-                return refuse("cannot determine indentation for " + appid);
+                return refuse("cannot determine indentation for " + appid, doubtful);
             const Match line = lines.front();
             newContent = part(content, 0, line.groupStart) +
                          part(content, line.groupStart, line.groupEnd) +
@@ -359,7 +421,7 @@ Edit setLaunchOptions(const std::string &bytes, const std::string &appid,
         for (const char16_t brace : {u'}', u'{'}) {
             if (std::count(edited.begin(), edited.end(), brace) !=
                 std::count(text.begin(), text.end(), brace))
-                return refuse("brace count changed; refusing to write");
+                return refuse("brace count changed; refusing to write", doubtful || oldBraces);
         }
     } else {
         const std::vector<Match> lines = allMatches(part(text, apps.open, apps.close), appKeyLine);
@@ -372,11 +434,9 @@ Edit setLaunchOptions(const std::string &bytes, const std::string &appid,
                  u"{\n" + indent + u"\t\"LaunchOptions\"\t\t\"" + value + u"\"\n" + indent + u"}" +
                  part(text, apps.open + 1, length(text));
     }
-
-    if (!wellFormed || oldValueGoesOn ||
-        optionsIn(edited, largestSection(edited, decodedLength), id) != value)
-        return refuse("post-edit verification failed for " + appid);
-    return {true, "", narrow(edited)};
+    if (!wellFormed || doubtful || optionsOf(edited, id) != value)
+        return refuse("post-edit verification failed for " + appid, doubtful);
+    return {true, "", narrow(edited), false};
 }
 
 std::string chooseLocalConfig(const std::vector<AccountFile> &listed)

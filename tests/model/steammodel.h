@@ -19,15 +19,20 @@ struct Block {
     bool operator==(const Block &) const = default;
 };
 
-std::int64_t matchingBrace(const std::u16string &text, std::int64_t start);
-Block findAppsSection(const std::u16string &text);
-Block findAppBlock(const std::u16string &text, Block apps, const std::u16string &appid);
-std::u16string readLaunchOptions(const std::u16string &text, const std::u16string &appid);
+// Of a file's bytes; positions count bytes.
+std::int64_t matchingBrace(const std::string &bytes, std::int64_t start);
+Block findAppsSection(const std::string &bytes);
+Block findAppBlock(const std::string &bytes, Block apps, const std::string &appid);
+/// In UTF-16; a byte that is part of no character is U+FFFD.
+std::u16string readLaunchOptions(const std::string &bytes, const std::string &appid);
+/// The same as it stands in the file.
+std::string rawLaunchOptions(const std::string &bytes, const std::string &appid);
 
 struct Edit {
     bool done = false;
-    std::string message; ///< why not; empty when done
-    std::string bytes;   ///< what the file holds afterwards
+    std::string message;            ///< why not; empty when done
+    std::string bytes;              ///< what the file holds afterwards
+    bool isOldTextDoubtful = false; ///< what the file held must not be kept as the game's own
 };
 
 /// An edit of a file that holds `bytes`, on a disk where

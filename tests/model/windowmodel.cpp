@@ -14,19 +14,6 @@ const std::vector<std::string> usualSizes{"3840x2160", "2560x1440", "1920x1080",
                                           "1280x720",  "960x540",   "854x480"};
 const std::vector<int> pacingValues{0, 22, 14};
 
-/// The options in Steam's file, whose bytes are taken one by one: no byte of another character is
-/// one that the file's grammar knows.
-std::string optionsInFile(const std::string &file, const std::string &appid)
-{
-    std::u16string units;
-    for (const char byte : file)
-        units += static_cast<unsigned char>(byte);
-    std::string options;
-    for (const char16_t unit : readLaunchOptions(units, std::u16string(appid.begin(), appid.end())))
-        options += static_cast<char>(unit);
-    return options;
-}
-
 /// A number of digits only; nothing for anything else.
 std::optional<int> numberOf(const std::string &text)
 {
@@ -148,7 +135,7 @@ void Window::refresh()
     rows.clear();
     for (const Installation &installed : computer.installations)
         games.push_back({installed.appid, installed.name,
-                         optionsInFile(computer.steamFile.value_or(""), installed.appid)});
+                         rawLaunchOptions(computer.steamFile.value_or(""), installed.appid)});
     std::sort(games.begin(), games.end(),
               [](const Game &a, const Game &b) { return a.name < b.name; });
 

@@ -148,7 +148,8 @@ private:
     void showCurrentGame();
     void edited();
     void countPending();
-    std::string edit(const Game &staged, const std::string &options);
+    std::string edit(const std::string &appid, const std::string &options,
+                     const std::string &current);
     void saveSettings();
 
     Computer &computer;

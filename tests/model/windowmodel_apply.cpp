@@ -69,10 +69,10 @@ std::vector<Box> Window::apply(bool closeSteam, bool restartSteam)
     }
 
     computer.backups.push_back(*computer.steamFile);
+    const std::string read = *computer.steamFile;
     std::string failures;
-    for (const auto &[game, options] : staged) {
-        failures += edit(game, options);
-    }
+    for (const auto &[game, options] : staged)
+        failures += edit(game.appid, options, rawLaunchOptions(read, game.appid));
     saveSettings();
     if (failures != "")
         boxes.push_back({Box::Warning, "Some changes failed:" + failures});
@@ -85,24 +85,28 @@ std::vector<Box> Window::apply(bool closeSteam, bool restartSteam)
     return boxes;
 }
 
-/// Edits one game in Steam's file. A failure's line comes back behind a line feed; nothing without.
-std::string Window::edit(const Game &staged, const std::string &options)
+/// Edits one game in Steam's file, which held `current` for it when it was read. A failure's line
+/// comes back behind a line feed; nothing without.
+std::string Window::edit(const std::string &appid, const std::string &options,
+                         const std::string &current)
 {
-    const std::string original = "original/" + staged.appid;
-    for (const Game &game : games) {
-        if (game.appid == staged.appid && game.options != "" && !isOwn(game.options) &&
-            computer.store.count(original) == 0)
-            computer.store[original] = game.options;
+    const std::string original = "original/" + appid;
+    const bool isKept = computer.store.count(original) > 0;
+    const bool wasTyped = options == "" && !isKept && !isOwn(current);
+    std::string line;
+    if (!wasTyped) {
+        const Edit edit = setLaunchOptions(*computer.steamFile, appid, utf16Of(options));
+        if (!isKept && current != "" && !isOwn(current) && !edit.isOldTextDoubtful)
+            computer.store[original] = current;
+        computer.steamFile = edit.bytes;
+        if (!edit.done)
+            line = "\n" + appid + ": " + edit.message;
     }
-    const Edit edit = setLaunchOptions(*computer.steamFile, staged.appid, utf16Of(options));
-    if (!edit.done)
-        return "\n" + staged.appid + ": " + edit.message;
-    computer.steamFile = edit.bytes;
     for (Game &game : games) {
-        if (game.appid == staged.appid)
-            game.options = options;
+        if (game.appid == appid && line == "")
+            game.options = wasTyped ? current : options;
     }
-    return "";
+    return line;
 }
 
 void Window::saveSettings()

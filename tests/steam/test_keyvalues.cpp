@@ -30,6 +30,12 @@ Marked unmark(QString text)
     return marked;
 }
 
+/// What the program works on.
+QByteArray bytesOf(const QString &text)
+{
+    return text.toUtf8();
+}
+
 /// The same span in the text that the bytes decode to.
 BraceSpan decoded(BraceSpan span, const QByteArray &utf8)
 {
@@ -49,8 +55,6 @@ private Q_SLOTS:
     void anEmptySpanIsNotValid();
     void matchingBrace_data();
     void matchingBrace();
-    void matchingBraceFarAway_data();
-    void matchingBraceFarAway();
     void appsSection_data();
     void appsSection();
     void appBlock_data();
@@ -58,8 +62,7 @@ private Q_SLOTS:
     void noAppBlockWithoutASection();
     void appBlockInsideGivenBounds_data();
     void appBlockInsideGivenBounds();
-    void launchOptionsValue_data();
-    void launchOptionsValue();
+    void appBlocksOfOneSection();
     void launchOptions_data();
     void launchOptions();
 };
@@ -87,7 +90,7 @@ void TestKeyValues::matchingBrace_data()
     row("not closed", u"{{}"_s, 0, -1);
     row("text ends at the brace", u"{"_s, 0, -1);
     row("start at the length", u"{}"_s, 2, -1);
-    row("start behind the length", u"{}"_s, 9, -1);
+    row("start after the length", u"{}"_s, 9, -1);
     row("empty text", u""_s, 0, -1);
     row("brace in quotes counts", u"{\"}\"}"_s, 0, 2);
     row("escaped brace counts", u"{\\}}"_s, 0, 2);
@@ -96,47 +99,14 @@ void TestKeyValues::matchingBrace_data()
     row("starting at a closing brace", u"}{}"_s, 0, -1);
     row("from below zero up and back to zero", u"}{{}"_s, 0, 3);
     row("zero is met by a closing brace only", u"}{{}}"_s, 0, 3);
-    row("lone surrogates are passed over", u"{"_s + QChar(0xd800) + u"}"_s + QChar(0xdc00), 0, 2);
+    row("bytes beyond ASCII are passed over", u"{ä🎮}"_s, 0, 7);
 }
 
 void TestKeyValues::matchingBrace()
 {
     QFETCH(QString, text);
     QFETCH(qsizetype, start);
-    QTEST(steam::matchingBrace(text, start), "close");
-    QTEST(steam::matchingBrace(text.toLatin1(), start), "close");
-}
-
-void TestKeyValues::matchingBraceFarAway_data()
-{
-    QTest::addColumn<int>("distance");
-    for (const int distance : {63, 64, 127, 128, 129, 254, 255, 256, 257, 511, 512, 513, 100'000})
-        QTest::addRow("%d units away", distance) << distance;
-}
-
-void TestKeyValues::matchingBraceFarAway()
-{
-    QFETCH(int, distance);
-    // In the text and in its bytes, which are ASCII here.
-    const auto compare = [](const QString &text, qsizetype start, qsizetype close) {
-        QCOMPARE(steam::matchingBrace(text, start), close);
-        QCOMPARE(steam::matchingBrace(text.toLatin1(), start), close);
-    };
-    const QString filler(distance - 1, u'x');
-    compare(u'{' + filler + u"}}"_s, 0, distance);
-    compare(u"}}{"_s + filler + u'}', 2, distance + 2);
-    compare(u'{' + filler, 0, -1);
-
-    // As deep as far: every closing brace in the second half.
-    const QString deep = QString(distance, u'{') + QString(distance, u'}');
-    compare(deep, 0, 2 * distance - 1);
-    compare(deep, 1, 2 * distance - 2);
-    compare(deep, distance - 1, distance);
-
-    // Below zero first: as many opening braces bring it up to zero, and one more pair closes.
-    const QString low = QString(distance, u'}') + QString(distance, u'{');
-    compare(low, 0, -1);
-    compare(low + u"{}"_s, 0, 2 * distance + 1);
+    QTEST(steam::matchingBrace(bytesOf(text), start), "close");
 }
 
 void TestKeyValues::appsSection_data()
@@ -179,11 +149,7 @@ void TestKeyValues::appsSection()
 {
     QFETCH(QString, marked);
     const auto [text, span] = unmark(marked);
-    const BraceSpan found = steam::findAppsSection(text);
-    QCOMPARE(found.open, span.open);
-    QCOMPARE(found.close, span.close);
-
-    const QByteArray utf8 = 'x' + text.toUtf8(); // a mark at the very start would be left out
+    const QByteArray utf8 = 'x' + bytesOf(text); // a mark at the very start would be left out
     const BraceSpan inBytes = decoded(steam::findAppsSection(utf8), utf8);
     QCOMPARE(inBytes.open, span.isValid() ? span.open + 1 : -1);
     QCOMPARE(inBytes.close, span.isValid() ? span.close + 1 : -1);
@@ -220,11 +186,7 @@ void TestKeyValues::appBlock()
     QFETCH(QString, marked);
     QFETCH(QString, appid);
     const auto [text, span] = unmark(marked);
-    const BraceSpan found = steam::findAppBlock(text, steam::findAppsSection(text), appid);
-    QCOMPARE(found.open, span.open);
-    QCOMPARE(found.close, span.close);
-
-    const QByteArray utf8 = text.toUtf8();
+    const QByteArray utf8 = bytesOf(text);
     const BraceSpan inBytes =
         decoded(steam::findAppBlock(utf8, steam::findAppsSection(utf8), appid), utf8);
     QCOMPARE(inBytes.open, span.open);
@@ -233,7 +195,7 @@ void TestKeyValues::appBlock()
 
 void TestKeyValues::noAppBlockWithoutASection()
 {
-    const BraceSpan found = steam::findAppBlock(u"\"10\" { }"_s, BraceSpan{}, u"10"_s);
+    const BraceSpan found = steam::findAppBlock("\"10\" { }", BraceSpan{}, u"10"_s);
     QVERIFY(!found.isValid());
 }
 
@@ -263,48 +225,21 @@ void TestKeyValues::appBlockInsideGivenBounds()
         return bare(marked.left(marked.indexOf(mark)), u"[]«»").size();
     };
     const BraceSpan section{position(u'['), position(u']')};
-    const BraceSpan found = steam::findAppBlock(text, section, u"10"_s);
+    const BraceSpan found = steam::findAppBlock(bytesOf(text), section, u"10"_s);
     QCOMPARE(found.open, span.open);
     QCOMPARE(found.close, span.close);
 }
 
-void TestKeyValues::launchOptionsValue_data()
+void TestKeyValues::appBlocksOfOneSection()
 {
-    // Searched from behind "[" up to "]"; "«" and "»" stand before the quotes of the value.
-    QTest::addColumn<QString>("marked");
-    const auto row = [](const char *name, const QString &marked) { QTest::newRow(name) << marked; };
-    row("plain", u"[\"LaunchOptions\"\t\t«\"a b»\"]"_s);
-    row("empty", u"[\"LaunchOptions\"«\"»\"]"_s);
-    row("all six blanks", u"[\"LaunchOptions\" \t\n\v\f\r«\"x»\"]"_s);
-    row("no-break space", u"[\"LaunchOptions\"\u00a0\"x\"]"_s);
-    row("next line", u"[\"LaunchOptions\"\u0085\"x\"]"_s);
-    row("line separator", u"[\"LaunchOptions\"\u2028\"x\"]"_s);
-    row("the first of two", u"[\"LaunchOptions\" «\"1»\" \"LaunchOptions\" \"2\"]"_s);
-    row("other letter case", u"[\"launchoptions\" \"x\" \"LAUNCHOPTIONS\" \"y\"]"_s);
-    row("other letter case first", u"[\"Launchoptions\" \"x\" \"LaunchOptions\" «\"y»\"]"_s);
-    row("a block instead of a value", u"[\"LaunchOptions\" { } \"LaunchOptions\" «\"y»\"]"_s);
-    row("value over lines", u"[\"LaunchOptions\" «\"a\nb»\"]"_s);
-    row("up to an escaped quote", u"[\"LaunchOptions\" «\"a\\»\"b\"]"_s);
-    row("key before the range", u"\"LaunchOptions\"[ \"x\"]"_s);
-    row("quote of the key before the range", u"\"[LaunchOptions\" \"x\"]"_s);
-    row("value ends behind the range", u"[\"LaunchOptions\" \"x]\""_s);
-    row("value starts behind the range", u"[\"LaunchOptions\" ]\"x\""_s);
-    row("all behind the range", u"[ ]\"LaunchOptions\" \"x\""_s);
-}
-
-void TestKeyValues::launchOptionsValue()
-{
-    QFETCH(QString, marked);
-    auto [text, span] = unmark(marked);
-    const qsizetype from = text.indexOf(u'[');
-    text.remove(from, 1);
-    const qsizetype to = text.indexOf(u']');
-    text.remove(to, 1);
-    if (span.isValid())
-        span = {span.open - 1, span.close - 1};
-    const BraceSpan found = steam::findLaunchOptionsValue(text, from, to);
-    QCOMPARE(found.open, span.open);
-    QCOMPARE(found.close, span.close);
+    const QByteArray text = "\"apps\" { \"10\" { } \"20\" { \"10\" { } \"30\" { } } }";
+    const steam::AppsSection section(text);
+    QCOMPARE(section.block(u"10"_s).open, text.indexOf('{', 8));
+    QCOMPARE(section.blockCount(u"10"_s), 2);
+    QCOMPARE(section.blockCount(u"20"_s), 1);
+    QCOMPARE(section.blockCount(u"30"_s), 1);
+    QCOMPARE(section.blockCount(u"40"_s), 0);
+    QVERIFY(!section.block(u"40"_s).isValid());
 }
 
 void TestKeyValues::launchOptions_data()
@@ -344,14 +279,31 @@ void TestKeyValues::launchOptions_data()
         u"Spiel Ü 🎮 \u2028"_s);
     row("a byte-order mark is a letter of the options",
         u"\"apps\" { \"10\" { \"LaunchOptions\" \"\ufeffx\" } }"_s, u"\ufeffx"_s);
+    const auto value = [&](const char *name, const QString &content, const QString &options) {
+        row(name, u"\"apps\" { \"10\" {"_s + content + u"} }"_s, options);
+    };
+    value("no space before the value", u"\"LaunchOptions\"\"x\""_s, u"x"_s);
+    value("all six blanks before the value", u"\"LaunchOptions\" \t\n\v\f\r\"x\""_s, u"x"_s);
+    value("no-break space is no blank", u"\"LaunchOptions\"\u00a0\"x\""_s, u""_s);
+    value("next line is no blank", u"\"LaunchOptions\"\u0085\"x\""_s, u""_s);
+    value("line separator is no blank", u"\"LaunchOptions\"\u2028\"x\""_s, u""_s);
+    value("other letter case first", u"\"Launchoptions\" \"x\" \"LaunchOptions\" \"y\""_s, u"y"_s);
+    value("a block instead of a value", u"\"LaunchOptions\" { } \"LaunchOptions\" \"y\""_s, u"y"_s);
+    value("value over lines", u"\"LaunchOptions\" \"a\nb\""_s, u"a\nb"_s);
+    value("the value is the next key", u"\"LaunchOptions\"\"LaunchOptions\"\"x\""_s,
+          u"LaunchOptions"_s);
+    row("key before the block", u"\"apps\" { \"LaunchOptions\" \"10\" { \"x\" \"y\" } }"_s, u""_s);
+    row("value ends after the block", u"\"apps\" { \"10\" { \"LaunchOptions\" \"x}\" } }"_s, u""_s);
+    row("value ends after the section", u"\"apps\" { \"10\" { \"LaunchOptions\" \"x} }\""_s, u""_s);
+    row("value begins after the block", u"\"apps\" { \"10\" { \"LaunchOptions\" } \"x\" }"_s,
+        u""_s);
+    row("no quote after the value", u"\"apps\" { \"10\" { \"LaunchOptions\" \"x } }"_s, u""_s);
 }
 
 void TestKeyValues::launchOptions()
 {
     QFETCH(QString, text);
-    QTEST(steam::readLaunchOptions(text, u"10"_s), "options");
-    const QByteArray utf8 = text.toUtf8();
-    QTEST(steam::readLaunchOptions(steam::cutAppsSection(utf8), u"10"_s), "options");
+    QTEST(steam::readLaunchOptions(bytesOf(text), u"10"_s), "options");
 }
 
 QTEST_GUILESS_MAIN(TestKeyValues)

@@ -74,7 +74,7 @@ void TestLaunchOptionsEditor::edit()
              qPrintable(error));
     QCOMPARE(file.read(), golden(name + "/after.vdf"_L1));
     QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-    QCOMPARE(steam::readLaunchOptions(QString::fromUtf8(file.read()), u"620"_s), options);
+    QCOMPARE(steam::readLaunchOptions(file.read(), u"620"_s), options);
 
     // Once more changes nothing.
     QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, options, false, nullptr));

@@ -19,6 +19,8 @@ class TestLaunchOptionsEditorBytes : public QObject
 private Q_SLOTS:
     void oddBytesStay_data();
     void oddBytesStay();
+    void bracesThatAreNoObstacle_data();
+    void bracesThatAreNoObstacle();
     void optionsOfOddText_data();
     void optionsOfOddText();
     void sectionWithTheMostLettersIsEdited();
@@ -35,11 +37,12 @@ private Q_SLOTS:
 namespace
 {
 
-QByteArray all256()
+/// The bytes that mean nothing to the format.
+QByteArray allOtherBytes()
 {
     QByteArray bytes;
     for (int byte = 0; byte < 256; ++byte) {
-        if (byte != '{' && byte != '}')
+        if (!QByteArrayView("{}\"\\").contains(static_cast<char>(byte)))
             bytes += static_cast<char>(byte);
     }
     return bytes;
@@ -67,7 +70,7 @@ void TestLaunchOptionsEditorBytes::oddBytesStay_data()
     QTest::newRow("letter and combining mark") << QByteArray("o\xcc\x88");
     QTest::newRow("four bytes") << QByteArray("\xf0\x9f\x8e\xae");
     QTest::newRow("line ends of all kinds") << QByteArray("\r\n\r\n\n\r");
-    QTest::newRow("every byte but braces") << all256();
+    QTest::newRow("every byte but braces, quotes and backslashes") << allOtherBytes();
 }
 
 void TestLaunchOptionsEditorBytes::oddBytesStay()
@@ -100,6 +103,36 @@ void TestLaunchOptionsEditorBytes::oddBytesStay()
     }
 }
 
+void TestLaunchOptionsEditorBytes::bracesThatAreNoObstacle_data()
+{
+    QTest::addColumn<QByteArray>("marked"); // "~" stands in the place of the value
+    QTest::newRow("a pair in a value of the block")
+        << QByteArray("\"apps\" { \"620\" { \"k\" \"{}\" \"LaunchOptions\" \"~\" } }");
+    QTest::newRow("a pair in a value of the section")
+        << QByteArray("\"apps\" { \"k\" \"{}\" \"620\" { \"LaunchOptions\" \"~\" } }");
+    QTest::newRow("an opening one before the section")
+        << QByteArray("\"k\" \"{\" \"apps\" { \"620\" { \"LaunchOptions\" \"~\" } }");
+    QTest::newRow("a closing one after the section")
+        << QByteArray("\"apps\" { \"620\" { \"LaunchOptions\" \"~\" } } \"k\" \"}\"");
+    QTest::newRow("a quote that does not end before the section")
+        << QByteArray("\"k \"apps\" { \"620\" { \"LaunchOptions\" \"~\" } }");
+    QTest::newRow("an escaped quote in another value")
+        << QByteArray("\"apps\" { \"620\" { \"k\" \"a \\\"b\" \"LaunchOptions\" \"~\" } }");
+    QTest::newRow("an escaped backslash at the end of another value")
+        << QByteArray("\"apps\" { \"620\" { \"k\" \"C:\\\\\" \"LaunchOptions\" \"~\" } }");
+}
+
+void TestLaunchOptionsEditorBytes::bracesThatAreNoObstacle()
+{
+    QFETCH(QByteArray, marked);
+    const auto with = [&marked](const char *value) {
+        return QByteArray(marked).replace("~", value);
+    };
+    const ScratchFile file(with("old"));
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, nullptr));
+    QCOMPARE(file.read(), with("new"));
+}
+
 void TestLaunchOptionsEditorBytes::optionsOfOddText_data()
 {
     QTest::addColumn<QString>("options");
@@ -127,7 +160,7 @@ void TestLaunchOptionsEditorBytes::optionsOfOddText()
     const ScratchFile file("\"apps\" { \"620\" { \"LaunchOptions\" \"old\" } }");
     QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, options, false, nullptr));
     QCOMPARE(file.read(), "\"apps\" { \"620\" { \"LaunchOptions\" \"" + bytes + "\" } }");
-    QCOMPARE(steam::readLaunchOptions(QString::fromUtf8(file.read()), u"620"_s), options);
+    QCOMPARE(steam::readLaunchOptions(file.read(), u"620"_s), options);
 }
 
 void TestLaunchOptionsEditorBytes::sectionWithTheMostLettersIsEdited()

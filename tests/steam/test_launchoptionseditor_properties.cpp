@@ -29,6 +29,7 @@ private Q_SLOTS:
         qputenv("TMPDIR", "/dev/shm");
     }
     void editIsTheModels();
+    void aListIsEditedLikeOneChangeAfterTheOther();
     void onlyTheValueChanges();
     void onlyALineOrABlockIsAdded();
 };
@@ -82,7 +83,7 @@ bool edit(const ScratchFile &file, const std::string &options)
 
 QString readBack(const ScratchFile &file)
 {
-    return steam::readLaunchOptions(QString::fromUtf8(file.read()), u"10"_s);
+    return steam::readLaunchOptions(file.read(), u"10"_s);
 }
 
 } // namespace
@@ -119,6 +120,49 @@ void TestLaunchOptionsEditorProperties::editIsTheModels()
     QVERIFY(lines * 10 > all);
 }
 
+void TestLaunchOptionsEditorProperties::aListIsEditedLikeOneChangeAfterTheOther()
+{
+    int several = 0;
+    int newBlocks = 0;
+    int refused = 0;
+    QVERIFY(rc::check("bytes and outcomes equal those of the model's edits one by one", [&] {
+        const std::string before = *rc::gen::map(
+            rc::gen::weightedOneOf<Text>({{2, support::anyText()}, {3, support::appsBlock()}}),
+            support::toFileBytes);
+        const auto appids = *rc::gen::resize(
+            5, rc::gen::container<std::vector<Text>>(rc::gen::weightedOneOf<Text>(
+                   {{3, support::anyAppid()}, {1, rc::gen::element<Text>(u"20", u"21", u"22")}})));
+        QList<steam::LaunchOptionsChange> changes;
+        std::vector<model::Edit> expected;
+        std::string bytes = before;
+        for (const Text &appid : appids) {
+            const Text options = *rc::gen::weightedOneOf<Text>(
+                {{3, rc::gen::element<Text>(u"%command%", u"570", u"", u"ä")},
+                 {1, support::anyOptions()}});
+            changes.append({QString::fromStdU16String(appid), QStringView(options).toString()});
+            const std::string id(appid.begin(), appid.end());
+            newBlocks += model::findAppBlock(bytes, model::findAppsSection(bytes), id).open < 0;
+            expected.push_back(model::setLaunchOptions(bytes, id, options));
+            bytes = expected.back().bytes;
+            refused += expected.back().done ? 0 : 1;
+        }
+        several += appids.size() > 1 && bytes != before ? 1 : 0;
+
+        const steam::EditedText edited =
+            steam::editLaunchOptions(QByteArray::fromStdString(before), changes);
+        RC_ASSERT(edited.bytes.toStdString() == bytes);
+        RC_ASSERT(edited.outcomes.size() == changes.size());
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            const steam::EditOutcome &outcome = edited.outcomes[static_cast<qsizetype>(i)];
+            RC_ASSERT(outcome.message.toStdString() == expected[i].message);
+            RC_ASSERT(outcome.isOldTextDoubtful == expected[i].isOldTextDoubtful);
+        }
+    }));
+    QVERIFY(several > 50);
+    QVERIFY(newBlocks > 50);
+    QVERIFY(refused > 50);
+}
+
 void TestLaunchOptionsEditorProperties::onlyTheValueChanges()
 {
     const ScratchFile file("");
@@ -132,7 +176,7 @@ void TestLaunchOptionsEditorProperties::onlyTheValueChanges()
                                        *anyBytes() + "\"10\"" + *anyBlanks() + "{" + *anyBytes() +
                                        "\"LastPlayed\" \"" + *anyBytes() + "\"" + *anyBytes() +
                                        "\"LaunchOptions\"" + *anyBlanks() + "\"";
-            const std::string oldValue = *anyBytes();
+            const std::string oldValue = *harmlessOptions();
             const std::string behind = "\"" + *anyBytes() + "}" + *anyBytes() +
                                        "\"1\" { \"LaunchOptions\" \"other\" } }" + *anyBytes() +
                                        "}" + *anyBytes();

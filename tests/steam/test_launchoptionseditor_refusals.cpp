@@ -154,6 +154,33 @@ void TestLaunchOptionsEditorRefusals::refusal_data()
     row("first value ends at an escaped quote",
         "\"apps\" { \"620\" { \"LaunchOptions\" \"b\\\"\" \"LaunchOptions\" \"a\" } }", u"new"_s,
         verification);
+
+    row("old value is no UTF-8", "\"apps\" { \"620\" { \"LaunchOptions\" \"J\xf6rg\" } }", u"new"_s,
+        verification);
+    row("second old value is no UTF-8",
+        "\"apps\" { \"620\" { \"LaunchOptions\" \"a\" \"LaunchOptions\" \"\xc3\" } }", u"new"_s,
+        verification);
+
+    // Braces in quotes, by which the program sees a block end elsewhere than Steam does.
+    row("a closing brace in the game's own options",
+        "\"apps\" {\n\"620\" {\n\"LaunchOptions\" \"say :} %command%\"\n}\n}", u"new"_s,
+        verification);
+    row("a closing brace in another game's options, before",
+        "\"apps\" { \"10\" { \"LaunchOptions\" \":}\" } \"620\" { \"LaunchOptions\" \"a\" } }",
+        u"new"_s, verification);
+    row("a closing brace in another game's options, after",
+        "\"apps\" { \"620\" { \"LaunchOptions\" \"a\" } \"700\" { \"LaunchOptions\" \":}\" } }",
+        u"new"_s, verification);
+    row("an opening brace that leads to another game's options",
+        "\"apps\" { \"620\" { \"note\" \":{\" } \"700\" { \"LaunchOptions\" \"a\" } } }", u"new"_s,
+        verification);
+    row("a closing brace in quotes before a new block", "\"apps\" { \"10\" { \"note\" \"}\" } }",
+        u"new"_s, verification);
+    row("a brace in quotes, and in a block of the section only",
+        "\"apps\" { \"620\" { \"a\" \"{\" \"LaunchOptions\" \"x\" } \"b\" \"}\" } } }", u"new"_s,
+        verification);
+    row("a quote that does not end", "\"apps\" { \"620\" { \"LaunchOptions\" \"x\" \"k } }",
+        u"new"_s, verification);
 }
 
 void TestLaunchOptionsEditorRefusals::refusal()

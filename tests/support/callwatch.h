@@ -8,17 +8,19 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/mman.h>
+#include <functional>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 
 namespace support
 {
 
 /// While it lives, notes which files are synced and renamed, and lets some calls of the C library
-/// fail, those of Qt included. For the one source of a test's executable: it defines the calls in
-/// the place of the library's.
+/// fail or something else happen just before them, those of Qt included. For the one source of a
+/// test's executable: it defines the calls in the place of the library's.
 class CallWatch
 {
 public:
@@ -35,6 +37,12 @@ public:
         timesLeft = times;
         sparedLeft = spared;
     }
+    /// Does something just before the next call of that name: what another program does then.
+    void before(const QByteArray &call, std::function<void()> what)
+    {
+        awaited = call;
+        action = std::move(what);
+    }
     /// The names of the syncs and renames so far, in their order.
     const QByteArrayList &order() const { return noted; }
 
@@ -47,7 +55,11 @@ public:
     /// For the calls: whether this one is to fail, with errno set.
     static bool isToFail(const QByteArray &call)
     {
-        if (!current || current->failing != call || current->timesLeft == 0)
+        if (!current)
+            return false;
+        if (current->action && current->awaited == call)
+            std::exchange(current->action, nullptr)();
+        if (current->failing != call || current->timesLeft == 0)
             return false;
         if (current->sparedLeft > 0) {
             --current->sparedLeft;
@@ -63,16 +75,29 @@ private:
     static inline CallWatch *current = nullptr;
 
     QByteArrayList noted;
+    QByteArray awaited;
+    std::function<void()> action;
     QByteArray failing;
     int errorNumber = 0;
     int timesLeft = 0;
     int sparedLeft = 0;
 };
 
+inline int watchedOpen(const char *path, int flags, va_list more)
+{
+    const char *slash = std::strrchr(path, '/');
+    const bool isReading = (flags & O_ACCMODE) == O_RDONLY;
+    if (CallWatch::isToFail((isReading ? "read " : "write ") +
+                            QByteArray(slash ? slash + 1 : path)))
+        return -1;
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, mode_t) : 0;
+    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
 } // namespace support
 
-// What each is called in a test: "sync a file" and "sync a folder", "rename", "link", "change the
-// mode", "change the times", "make a file in memory", and "read NAME" for opening it.
+// What each is called in a test: "sync a file" and "sync a folder", "rename", "change the mode",
+// "change the owner", "change the times", "lock", and "read NAME" or "write NAME" for opening it.
 extern "C" {
 
 int fsync(int descriptor)
@@ -94,18 +119,18 @@ int rename(const char *from, const char *to) noexcept
     return static_cast<int>(::syscall(SYS_rename, from, to));
 }
 
-int link(const char *from, const char *to) noexcept
-{
-    if (support::CallWatch::isToFail("link"))
-        return -1;
-    return static_cast<int>(::syscall(SYS_link, from, to));
-}
-
 int fchmod(int descriptor, mode_t mode) noexcept
 {
     if (support::CallWatch::isToFail("change the mode"))
         return -1;
     return static_cast<int>(::syscall(SYS_fchmod, descriptor, mode));
+}
+
+int fchown(int descriptor, uid_t owner, gid_t group) noexcept
+{
+    if (support::CallWatch::isToFail("change the owner"))
+        return -1;
+    return static_cast<int>(::syscall(SYS_fchown, descriptor, owner, group));
 }
 
 int futimens(int descriptor, const timespec times[2]) noexcept
@@ -115,27 +140,30 @@ int futimens(int descriptor, const timespec times[2]) noexcept
     return static_cast<int>(::syscall(SYS_utimensat, descriptor, nullptr, times, 0));
 }
 
-int memfd_create(const char *name, unsigned flags) noexcept
+int flock(int descriptor, int operation) noexcept
 {
-    if (support::CallWatch::isToFail("make a file in memory"))
+    if (support::CallWatch::isToFail("lock"))
         return -1;
-    return static_cast<int>(::syscall(SYS_memfd_create, name, flags));
+    return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
+}
+
+// The program's own sources open by this name, Qt by the next one.
+int open(const char *path, int flags, ...)
+{
+    va_list more;
+    va_start(more, flags);
+    const int descriptor = support::watchedOpen(path, flags, more);
+    va_end(more);
+    return descriptor;
 }
 
 int open64(const char *path, int flags, ...)
 {
-    const char *slash = std::strrchr(path, '/');
-    if ((flags & O_ACCMODE) == O_RDONLY &&
-        support::CallWatch::isToFail("read " + QByteArray(slash ? slash + 1 : path)))
-        return -1;
-    mode_t mode = 0;
-    if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
-        va_list more;
-        va_start(more, flags);
-        mode = va_arg(more, mode_t);
-        va_end(more);
-    }
-    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+    va_list more;
+    va_start(more, flags);
+    const int descriptor = support::watchedOpen(path, flags, more);
+    va_end(more);
+    return descriptor;
 }
 
 } // extern "C"

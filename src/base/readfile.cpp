@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "base/readfile.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace base
+{
+namespace
+{
+
+FileVersion versionOf(const struct stat &status)
+{
+    return {.device = status.st_dev,
+            .inode = status.st_ino,
+            .size = status.st_size,
+            .modificationTime =
+                status.st_mtim.tv_sec * qint64{1'000'000'000} + status.st_mtim.tv_nsec};
+}
+
+/// What the open file holds; no value on an error, and for more than the program reads.
+std::optional<QByteArray> readToEnd(int descriptor)
+{
+    QByteArray bytes;
+    char piece[64 * 1024];
+    while (bytes.size() <= largestFile) {
+        const ssize_t count = ::read(descriptor, piece, sizeof piece);
+        if (count == 0)
+            return bytes;
+        if (count > 0)
+            bytes.append(piece, count);
+        else if (errno != EINTR)
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+std::optional<WholeFile> readRegularFile(const QString &path)
+{
+    // Opening alone can wait (a pipe) or do something (a device), so the kind is looked at before;
+    // what takes the file's place in between is not waited for.
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status = {};
+    if (::stat(name.constData(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    int descriptor = -1;
+    do {
+        descriptor = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    } while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0)
+        return std::nullopt;
+    std::optional<QByteArray> bytes;
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
+        bytes = readToEnd(descriptor);
+    ::close(descriptor);
+    if (!bytes)
+        return std::nullopt;
+    return WholeFile{*bytes, versionOf(status)};
+}
+
+} // namespace
+
+std::optional<QByteArray> readFile(const QString &path)
+{
+    const std::optional<WholeFile> file = readRegularFile(path);
+    return file ? std::optional(file->bytes) : std::nullopt;
+}
+
+QString readText(const QString &path)
+{
+    return QString::fromUtf8(readFile(path).value_or(QByteArray()));
+}
+
+bool isMissing(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) != 0 && errno == ENOENT;
+}
+
+std::optional<FileVersion> fileVersion(const QString &path)
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return std::nullopt;
+    return versionOf(status);
+}
+
+std::optional<WholeFile> readWholeFile(const QString &path)
+{
+    std::optional<WholeFile> file = readRegularFile(path);
+    if (file && file->bytes.size() != file->version.size)
+        return std::nullopt;
+    return file;
+}
+
+} // namespace base

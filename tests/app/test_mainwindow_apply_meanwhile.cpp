@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: MIT
+#include "modaldialogs.h"
+#include "windowuser.h"
+
+#include <QCloseEvent>
+#include <QDialog>
+#include <QFile>
+#include <QProgressDialog>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const auto restartQuestion = u"Changes applied. Restart Steam now?"_s;
+const auto nothingPending = u"No pending changes."_s;
+
+/// Takes the changes that are pending to Steam's file, with Steam closed and not restarted.
+void applyAll(const WindowUser &user)
+{
+    const MessageBoxAnswers boxes({QMessageBox::No});
+    user.click(user.applyButton);
+    QCOMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
+    QCOMPARE(user.statusLabel->text(), nothingPending);
+}
+
+} // namespace
+
+/// What others do between the scan and the edit, and what of a game's own options can be kept.
+class TestMainWindowApplyMeanwhile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void optionsThatSteamWritesAsItExits_data()
+    {
+        QTest::addColumn<QString>("scanned");
+        QTest::addColumn<QString>("atExit");
+        QTest::addColumn<QString>("kept");
+        QTest::newRow("typed") << QString() << u"-typed"_s << u"-typed"_s;
+        QTest::newRow("typed over others") << u"-old"_s << u"-typed"_s << u"-typed"_s;
+        QTest::newRow("cleared") << u"-old"_s << QString() << QString();
+    }
+    void optionsThatSteamWritesAsItExits()
+    {
+        QFETCH(const QString, scanned);
+        QFETCH(const QString, atExit);
+        QFETCH(const QString, kept);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, atExit}});
+        machine.startSteamClient();
+        machine.installGames({{u"100"_s, u"Alpha"_s, scanned}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        {
+            const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::No});
+            user.click(user.applyButton);
+            QCOMPARE(boxes.shown().size(), 2);
+        }
+        QVERIFY(machine.readLocalConfig().contains(defaultOptions.toUtf8()));
+        QCOMPARE(machine.storedValues().value(u"original/100"_s), kept);
+
+        user.toggle(u"Alpha"_s);
+        applyAll(user);
+        QVERIFY(!machine.readLocalConfig().contains(defaultOptions.toUtf8()));
+        QVERIFY(
+            machine.readLocalConfig().contains("\"LaunchOptions\"\t\t\"" + kept.toUtf8() + '"'));
+    }
+
+    void anUntickedGamesTypedOptionsStay()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        user.toggle(u"Beta"_s);
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, u"-typed"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        applyAll(user);
+        QVERIFY(machine.readLocalConfig().contains("\"-typed\""));
+        QVERIFY(!machine.readLocalConfig().contains("MARROWPULSE"));
+        QVERIFY(!machine.storedValues().contains(u"original/100"_s));
+    }
+
+    void whatCannotBeReplacedIsNotKept_data()
+    {
+        QTest::addColumn<QByteArray>("own");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("an escaped quote")
+            << QByteArray("-name \\\"x\\\"") << u"post-edit verification failed for 100"_s;
+        QTest::newRow("braces") << QByteArray("A={x} %command%")
+                                << u"brace count changed; refusing to write"_s;
+        QTest::newRow("a lone brace")
+            << QByteArray("say :} %command%") << u"post-edit verification failed for 100"_s;
+        QTest::newRow("no UTF-8") << QByteArray("-name J\xf6rg")
+                                  << u"post-edit verification failed for 100"_s;
+    }
+    void whatCannotBeReplacedIsNotKept()
+    {
+        QFETCH(const QByteArray, own);
+        QFETCH(const QString, message);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, u"OWN"_s}});
+        const QByteArray before = machine.readLocalConfig().replace("OWN", own);
+        machine.writeLocalConfig(before);
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        {
+            const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+            user.click(user.applyButton);
+            QCOMPARE(boxes.shown(),
+                     (QStringList{warningBox("Some changes failed:\n100: "_L1 + message),
+                                  questionBox(restartQuestion)}));
+        }
+        QCOMPARE(machine.readLocalConfig(), before);
+        QVERIFY(!machine.storedValues().contains(u"original/100"_s));
+
+        // Unticked it is as if nothing had been; nor is it pending at the next start.
+        user.toggle(u"Alpha"_s);
+        QCOMPARE(user.statusLabel->text(), nothingPending);
+        QCOMPARE(WindowUser().statusLabel->text(), nothingPending);
+
+        // Mended in Steam, the game can be set up, and gets the mended options back.
+        machine.installGames({{u"100"_s, u"Alpha"_s, u"-mended"_s}});
+        user.click(user.refreshButton);
+        user.toggle(u"Alpha"_s);
+        applyAll(user);
+        user.toggle(u"Alpha"_s);
+        applyAll(user);
+        QVERIFY(machine.readLocalConfig().contains("\"-mended\""));
+    }
+
+    void optionsThatTheStoreCannotHoldBlockTheirOwnGameOnly()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, u"\ufeff-odd"_s}, {u"200"_s, u"Beta"_s, u"-plain"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        user.toggle(u"Beta"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+        user.click(user.applyButton);
+        QCOMPARE(
+            boxes.shown(),
+            (QStringList{warningBox("Some changes failed:\n100: could not write backup for "_L1 +
+                                    machine.storePath()),
+                         questionBox(restartQuestion)}));
+        QVERIFY(machine.readLocalConfig().contains(u"\"\ufeff-odd\""_s.toUtf8()));
+        QVERIFY(machine.readLocalConfig().contains(defaultOptions.toUtf8()));
+        QCOMPARE(machine.storedValues().value(u"original/200"_s), u"-plain"_s);
+        QVERIFY(!machine.storedValues().contains(u"original/100"_s));
+        QCOMPARE(machine.storedValues().value(u"config/100/framegen"_s), u"true"_s);
+    }
+
+    void whatAnotherWindowWritesIsNotUndone()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const QByteArray theirs = machine.readLocalConfig() + "\"theirs\"\n";
+        // The store is saved after the file was read and before it is replaced.
+        QTimer other;
+        connect(&other, &QTimer::timeout, [&] {
+            if (QFile::exists(machine.storePath())) {
+                machine.writeLocalConfig(theirs);
+                other.stop();
+            }
+        });
+        other.start(0);
+        {
+            const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+            user.click(user.applyButton);
+            QCOMPARE(boxes.shown(),
+                     (QStringList{warningBox("Some changes failed:\n100: commit failed for "_L1 +
+                                             machine.localConfig()),
+                                  questionBox(restartQuestion)}));
+        }
+        QCOMPARE(machine.readLocalConfig(), theirs);
+        QVERIFY(user.applyButton->isEnabled());
+
+        user.click(user.refreshButton);
+        applyAll(user);
+        QVERIFY(machine.readLocalConfig().endsWith("\"theirs\"\n"));
+        QVERIFY(machine.readLocalConfig().contains(defaultOptions.toUtf8()));
+    }
+
+    void nothingElseIsBegunBehindAQuestion()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        MessageBoxAnswers boxes({QMessageBox::No});
+        // As assistive tools press: without the pointer, which the dialog would stop.
+        boxes.whileShown = [&](qsizetype) {
+            user.applyButton->click();
+            user.refreshButton->click();
+            user.advancedButton->click();
+            user.window.close();
+        };
+        user.click(user.applyButton);
+        QCOMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
+        QCOMPARE(user.gameList->count(), 1);
+        QCOMPARE(machine.backups().size(), 1);
+        QVERIFY(user.window.isVisible());
+        user.click(user.refreshButton);
+        QCOMPARE(user.gameList->count(), 2);
+    }
+
+    void nothingElseIsBegunBehindTheAdvancedDialog()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const QByteArray before = machine.readLocalConfig();
+        machine.removeGame(u"100"_s);
+        machine.addGame(u"200"_s, u"Beta"_s);
+        const MessageBoxAnswers boxes;
+        const DialogVisit<QDialog> dialog([&](QDialog *advanced) {
+            advanced->findChild<QCheckBox *>(u"overlayCheck"_s)->click();
+            user.refreshButton->click();
+            user.applyButton->click();
+            user.advancedButton->click();
+            QVERIFY(user.item(u"Alpha"_s));
+            advanced->accept();
+        });
+        user.click(user.advancedButton);
+        QVERIFY(dialog.hasCome());
+        QCOMPARE(boxes.shown(), QStringList());
+        QCOMPARE(machine.readLocalConfig(), before);
+        QVERIFY(user.previewLabel->text().contains(u"GAMESCOPE_FRAMEGEN_DEBUG=1"_s));
+    }
+
+    void applyIsNotBegunTwiceWhileSteamCloses()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        machine.startSteamClient();
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::No});
+        const DialogVisit<QProgressDialog> waiting(
+            [&](QProgressDialog *) { user.applyButton->click(); });
+        user.click(user.applyButton);
+        QVERIFY(waiting.hasCome());
+        QCOMPARE(boxes.shown().size(), 2);
+        QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+        QCOMPARE(machine.backups().size(), 1);
+        QCOMPARE(user.statusLabel->text(), nothingPending);
+    }
+};
+
+QTEST_MAIN(TestMainWindowApplyMeanwhile)
+#include "test_mainwindow_apply_meanwhile.moc"

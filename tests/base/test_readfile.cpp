@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: MIT
+#include "base/readfile.h"
+
+#include "filecontents.h"
+#include "support/callwatch.h"
+#include "support/firstdescriptorfree.h"
+#include "support/scratchfile.h"
+
+#include <QFileInfo>
+#include <QTest>
+
+#include <fstream>
+#include <iterator>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+using namespace Qt::StringLiterals;
+using base::FileVersion;
+using base::WholeFile;
+using support::CallWatch;
+using support::ScratchFile;
+
+namespace
+{
+
+/// Something that is no file, in the place of one.
+using Maker = void (*)(const ScratchFile &file, const QString &path);
+
+void makePipe(const ScratchFile &, const QString &path)
+{
+    QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+}
+
+void makeSocket(const ScratchFile &, const QString &path)
+{
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+    QVERIFY(size_t(path.size()) < sizeof address.sun_path);
+    std::strcpy(address.sun_path, QFile::encodeName(path).constData());
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    QCOMPARE(::bind(descriptor, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    ::close(descriptor);
+}
+
+/// What a plain reader gets of a file of the kernel's.
+QByteArray readPlainly(const char *path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return QByteArray::fromStdString({std::istreambuf_iterator<char>(in), {}});
+}
+
+void makeSparseFile(const QString &path, qint64 size)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(file.resize(size));
+}
+
+void setTime(const QString &path, time_t seconds)
+{
+    const timespec times[] = {{seconds, 0}, {seconds, 0}};
+    QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Maker)
+
+class TestReadFile : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsEveryByte_data() { addContents(); }
+    void readsEveryByte()
+    {
+        QFETCH(const QByteArray, content);
+        const ScratchFile file(content);
+        const std::optional<QByteArray> read = base::readFile(file.path());
+        QVERIFY(read.has_value());
+        QVERIFY(*read == content);
+        const std::optional<WholeFile> whole = base::readWholeFile(file.path());
+        QVERIFY(whole.has_value());
+        QVERIFY(whole->bytes == content);
+    }
+
+    void readsThroughLinks()
+    {
+        const ScratchFile file("content");
+        QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"inner"_s)));
+        QVERIFY(QFile::link(u"inner"_s, file.beside(u"outer"_s)));
+        QCOMPARE(base::readFile(file.beside(u"outer"_s)), QByteArray("content"));
+        QVERIFY(base::readWholeFile(file.beside(u"outer"_s)).has_value());
+    }
+
+    void aTextIsDecoded()
+    {
+        const ScratchFile file("na\xc3\xafve \xf0\x9f\x8e\xae");
+        QCOMPARE(base::readText(file.path()), u"naïve 🎮"_s);
+        QCOMPARE(base::readText(file.beside(u"missing"_s)), QString());
+    }
+
+    /// The kernel tells another size than these have.
+    void filesOfTheKernel_data()
+    {
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<qint64>("told");
+        QTest::newRow("sysfs") << QByteArray("/sys/devices/system/cpu/possible") << qint64(4096);
+        QTest::newRow("procfs") << QByteArray("/proc/version") << qint64(0);
+    }
+    void filesOfTheKernel()
+    {
+        QFETCH(const QByteArray, path);
+        QFETCH(const qint64, told);
+        const QByteArray content = readPlainly(path.constData());
+        QCOMPARE(QFileInfo(QFile::decodeName(path)).size(), told);
+        QVERIFY(!content.isEmpty() && content.size() != told);
+
+        QCOMPARE(base::readFile(QFile::decodeName(path)), content);
+        QCOMPARE(base::readText(QFile::decodeName(path)), QString::fromLatin1(content));
+        // It is no file that lies on a disk.
+        QVERIFY(!base::readWholeFile(QFile::decodeName(path)).has_value());
+    }
+
+    /// A reader that waits is ended by the test's time limit.
+    void onlyRegularFilesAreRead_data()
+    {
+        QTest::addColumn<Maker>("make");
+        const auto row = [](const char *name, Maker make) { QTest::newRow(name) << make; };
+        row("nothing", [](const ScratchFile &, const QString &) {});
+        row("a folder", [](const ScratchFile &, const QString &path) { QDir().mkdir(path); });
+        row("a pipe", makePipe);
+        row("a link to a pipe", [](const ScratchFile &file, const QString &path) {
+            makePipe(file, file.beside(u"pipe"_s));
+            QVERIFY(QFile::link(u"pipe"_s, path));
+        });
+        row("a socket", makeSocket);
+        row("an endless device", [](const ScratchFile &, const QString &path) {
+            QVERIFY(QFile::link(u"/dev/zero"_s, path));
+        });
+        row("an empty device", [](const ScratchFile &, const QString &path) {
+            QVERIFY(QFile::link(u"/dev/null"_s, path));
+        });
+        row("a link that leads nowhere", [](const ScratchFile &, const QString &path) {
+            QVERIFY(QFile::link(u"nowhere"_s, path));
+        });
+        row("a link to itself",
+            [](const ScratchFile &, const QString &path) { QVERIFY(QFile::link(path, path)); });
+    }
+    void onlyRegularFilesAreRead()
+    {
+        QFETCH(const Maker, make);
+        const ScratchFile file("content");
+        const QString path = file.beside(u"other"_s);
+        make(file, path);
+        bool isOpened = false; // which alone can wait, or do something
+        CallWatch watch;
+        watch.before("read other", [&isOpened] { isOpened = true; });
+        QVERIFY(!base::readFile(path).has_value());
+        QVERIFY(!base::readWholeFile(path).has_value());
+        QCOMPARE(base::readText(path), QString());
+        QVERIFY(!isOpened);
+    }
+
+    void aPipeThatTakesTheFilesPlaceIsNotWaitedFor()
+    {
+        const ScratchFile file("content");
+        CallWatch watch;
+        watch.before("read localconfig.vdf", [&file] {
+            QFile::remove(file.path());
+            makePipe(file, file.path());
+        });
+        QVERIFY(!base::readFile(file.path()).has_value());
+        QCOMPARE(QFileInfo(file.path()).isFile(), false); // it did take the place
+    }
+
+    void isReadUpToTheLargestFile_data()
+    {
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<bool>("readable");
+        QTest::newRow("the largest") << base::largestFile << true;
+        QTest::newRow("one byte more") << base::largestFile + 1 << false;
+        QTest::newRow("more than any memory") << base::largestFile * 65536 << false;
+    }
+    void isReadUpToTheLargestFile()
+    {
+        QFETCH(const qint64, size);
+        QFETCH(const bool, readable);
+        const ScratchFile file("");
+        makeSparseFile(file.path(), size);
+        const std::optional<QByteArray> read = base::readFile(file.path());
+        QCOMPARE(read.has_value(), readable);
+        QCOMPARE(base::readWholeFile(file.path()).has_value(), readable);
+        if (readable)
+            QCOMPARE(read->size(), size);
+    }
+
+    void whatFailsInTheMiddleIsNotRead()
+    {
+        // A regular file that can be opened and never read at its beginning.
+        QVERIFY(!base::readFile(u"/proc/self/mem"_s).has_value());
+    }
+
+    void aSignalIsNoFailure()
+    {
+        const ScratchFile file("content");
+        CallWatch watch;
+        watch.fail("read localconfig.vdf", EINTR, 2);
+        QCOMPARE(base::readFile(file.path()), QByteArray("content"));
+    }
+
+    void readsWithTheFirstOfAllDescriptors()
+    {
+        const ScratchFile file("content");
+        const support::FirstDescriptorFree free;
+        QCOMPARE(base::readFile(file.path()), QByteArray("content"));
+    }
+
+    void keepsNoDescriptorOpen()
+    {
+        const ScratchFile file("content");
+        const auto firstFree = [] {
+            const int descriptor = ::dup(STDERR_FILENO);
+            ::close(descriptor);
+            return descriptor;
+        };
+        const int before = firstFree();
+        QVERIFY(base::readFile(file.path()).has_value());
+        QVERIFY(!base::readFile(file.folder()).has_value());
+        QVERIFY(!base::readFile(u"/proc/self/mem"_s).has_value());
+        QCOMPARE(firstFree(), before);
+    }
+
+    void aVersionIsThatOfTheFileThatWasRead()
+    {
+        const ScratchFile file("content");
+        QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
+        const std::optional<FileVersion> version = base::fileVersion(file.path());
+        QVERIFY(version.has_value());
+        QCOMPARE(version->size, 7);
+        QVERIFY(base::readWholeFile(file.path())->version == version);
+        QVERIFY(base::fileVersion(file.beside(u"link"_s)) == version);
+        QVERIFY(!base::fileVersion(file.beside(u"missing"_s)).has_value());
+    }
+
+    void anotherVersion_data()
+    {
+        QTest::addColumn<Maker>("change");
+        const auto row = [](const char *name, Maker change) { QTest::newRow(name) << change; };
+        row("another size", [](const ScratchFile &, const QString &path) {
+            ScratchFile::writeTo(path, "more content");
+            setTime(path, 1'700'000'000);
+        });
+        row("another time", [](const ScratchFile &, const QString &path) {
+            ScratchFile::writeTo(path, "CONTENT");
+            setTime(path, 1'700'000'001);
+        });
+        row("a time that differs by a nanosecond", [](const ScratchFile &, const QString &path) {
+            const timespec times[] = {{1'700'000'000, 0}, {1'700'000'000, 1}};
+            ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
+        });
+        row("another file", [](const ScratchFile &file, const QString &path) {
+            const QString other = file.beside(u"other"_s);
+            ScratchFile::writeTo(other, "CONTENT");
+            setTime(other, 1'700'000'000);
+            QFile::remove(path);
+            QVERIFY(QFile::rename(other, path));
+        });
+    }
+    void anotherVersion()
+    {
+        QFETCH(const Maker, change);
+        const ScratchFile file("content");
+        setTime(file.path(), 1'700'000'000);
+        const std::optional<FileVersion> before = base::fileVersion(file.path());
+        change(file, file.path());
+        QVERIFY(base::fileVersion(file.path()).has_value());
+        QVERIFY(base::fileVersion(file.path()) != before);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestReadFile)
+#include "test_readfile.moc"
