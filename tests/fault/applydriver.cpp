@@ -3,6 +3,9 @@
 //
 //   apply-driver build FOLDER GAMES   builds a machine with that many games, each with launch
 //                                     options of its own (-own and the app id)
+//   apply-driver build-kinds FOLDER   builds a machine with twenty games of six kinds; what they
+//   have
+//                                     is in kinds() below
 //   apply-driver start                opens the window and ends: the program does start
 //   apply-driver enable|disable       opens the window, checks or unchecks every game, applies, and
 //                                     answers every box: Yes to closing Steam, No to its restart
@@ -33,15 +36,44 @@ void say(const QString &line)
     std::fflush(stdout);
 }
 
-void build(const QString &folder, int count)
+/// Games that all have launch options of their own.
+QList<support::SampleApp> ordinary(int count)
 {
-    support::PretendMachine machine(folder);
-    machine.installSteam();
     QList<support::SampleApp> apps;
     for (int i = 0; i < count; ++i) {
         const QString appid = QString::number(1001 + i);
-        machine.addGame(appid, "Game "_L1 + appid);
         apps.append({appid, "-own"_L1 + appid});
+    }
+    return apps;
+}
+
+/// 1001 to 1005 and 1018 to 1020 have launch options of their own, 1006 to 1008 none, 1009 to 1012
+/// the program's, 1013 and 1014 ones with an escaped quote. 1015 to 1017 have no block.
+QList<support::SampleApp> kinds()
+{
+    QList<support::SampleApp> apps = ordinary(20);
+    for (support::SampleApp &app : apps) {
+        const int appid = app.appid.toInt();
+        if (appid >= 1006 && appid <= 1008)
+            app.launchOptions.reset();
+        else if (appid >= 1009 && appid <= 1012)
+            app.launchOptions =
+                u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto marrowpulse-gamescope -w 800 -h 600 -W 1600 -H 1200 -- %command%"_s;
+        else if (appid >= 1013 && appid <= 1014)
+            app.launchOptions = u"-name \\\"%1\\\" -x"_s.arg(appid);
+    }
+    apps.removeIf([](const support::SampleApp &app) {
+        return app.appid.toInt() >= 1015 && app.appid.toInt() <= 1017;
+    });
+    return apps;
+}
+
+void build(support::PretendMachine &machine, int count, const QList<support::SampleApp> &apps)
+{
+    machine.installSteam();
+    for (int i = 0; i < count; ++i) {
+        const QString appid = QString::number(1001 + i);
+        machine.addGame(appid, "Game "_L1 + appid);
     }
     machine.writeLocalConfig(support::sampleLocalConfig(apps));
     machine.addGpu({.card = u"card0"_s,
@@ -87,7 +119,17 @@ int main(int argc, char **argv)
     const QStringList arguments = QCoreApplication::arguments();
     const QString task = arguments.value(1);
     if (task == "build"_L1) {
-        build(arguments[2], arguments[3].toInt());
+        support::PretendMachine machine(arguments[2]);
+        const int count = arguments[3].toInt();
+        build(machine, count, ordinary(count));
+        return 0;
+    }
+    if (task == "build-kinds"_L1) {
+        support::PretendMachine machine(arguments[2]);
+        build(machine, 20, kinds());
+        const QString library = machine.addLibrary(u"second"_s);
+        for (const QString &appid : {u"1018"_s, u"1019"_s, u"1020"_s})
+            machine.addGame(appid, "Game "_L1 + appid, library);
         return 0;
     }
     MainWindow window;

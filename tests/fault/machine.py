@@ -14,10 +14,14 @@ ON_MACHINE = os.path.join(os.path.dirname(__file__), "..", "support", "on-machin
 
 
 class Machine:
-    def __init__(self, games):
+    """With so many games, each with launch options of its own; without a number, with twenty of
+    six kinds."""
+
+    def __init__(self, games=None):
         self.root = tempfile.mkdtemp(prefix="marrowpulse-machine.")
-        subprocess.run([APPLY_DRIVER, "build", self.root, str(games)], check=True,
-                       stderr=subprocess.DEVNULL, env=faults.environment())
+        task = ["build", self.root, str(games)] if games else ["build-kinds", self.root]
+        subprocess.run([APPLY_DRIVER, *task], check=True, stderr=subprocess.DEVNULL,
+                       env=faults.environment())
         self.local_config, = glob.glob(
             self.root + "/home/.local/share/Steam/userdata/*/config/localconfig.vdf")
         self.store = self.root + "/home/.config/Marrowpulse/Marrowpulse.conf"
