@@ -155,6 +155,12 @@ def descendants(accessible):
         yield from descendants(child)
 
 
+def role_of(accessible):
+    """The name of an object's role, as it was before AT-SPI 2.56 called a push button a button."""
+    role = accessible.get_role()
+    return "push button" if role == Atspi.Role.PUSH_BUTTON else Atspi.role_get_name(role)
+
+
 def has_state(accessible, state):
     return accessible.get_state_set().contains(state)
 
@@ -164,7 +170,7 @@ def label_of(accessible):
     for relation in accessible.get_relation_set():
         # The title of a group box is said to label what is in the group, too.
         if relation.get_relation_type() == Atspi.RelationType.LABELLED_BY \
-                and relation.get_target(0).get_role_name() == "label":
+                and role_of(relation.get_target(0)) == "label":
             return relation.get_target(0).get_name()
     return ""
 
@@ -190,7 +196,7 @@ class Application:
     def find(self, role, name=None):
         """The first showing object of a role (and name), or None."""
         for accessible in descendants(self.root):
-            if accessible.get_role_name() == role and has_state(accessible, Atspi.StateType.SHOWING) \
+            if role_of(accessible) == role and has_state(accessible, Atspi.StateType.SHOWING) \
                     and (name is None or accessible.get_name() == name):
                 return accessible
         return None
@@ -217,7 +223,7 @@ class Application:
         """The showing control that has the keyboard focus, or None."""
         for accessible in descendants(self.root):
             # The current item of a list says so whether or not the list has the focus.
-            if accessible.get_role_name() != "list item" \
+            if role_of(accessible) != "list item" \
                     and has_state(accessible, Atspi.StateType.FOCUSED) \
                     and has_state(accessible, Atspi.StateType.SHOWING):
                 return accessible
@@ -230,7 +236,7 @@ class Application:
              if any(child.get_name() == text for child in descendants(window))
              and has_state(window, Atspi.StateType.SHOWING)), None), f"the message {text!r}")
         found = wait_for(lambda: next(
-            (child for child in descendants(box) if child.get_role_name() == "push button"
+            (child for child in descendants(box) if role_of(child) == "push button"
              and child.get_name() == button), None), f"its button {button!r}")
         wait_for(lambda: found.get_extents(Atspi.CoordType.SCREEN).width > 0,
                  "the button's place")

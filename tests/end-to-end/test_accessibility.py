@@ -3,7 +3,7 @@
 import unittest
 
 from case import ProgramTestCase
-from desktop import Atspi, descendants, has_state, label_of, wait_for
+from desktop import Atspi, descendants, has_state, label_of, role_of, wait_for
 
 
 class Accessibility(ProgramTestCase):
@@ -11,7 +11,7 @@ class Accessibility(ProgramTestCase):
         for label in ("Rendering GPU:", "Render resolution:", "Output resolution:", "Method:",
                       "Hold-back:"):
             with self.subTest(label):
-                self.assertEqual(self.app.wait_labelled(label).get_role_name(), "combo box")
+                self.assertEqual(role_of(self.app.wait_labelled(label)), "combo box")
 
     def test_line_edits_are_named(self):
         for label in ("Render resolution:", "Output resolution:"):
@@ -20,8 +20,8 @@ class Accessibility(ProgramTestCase):
 
     def test_no_control_is_without_a_name(self):
         controls = ("check box", "push button", "combo box", "text", "spin button", "label")
-        nameless = [control.get_role_name() for control in descendants(self.app.root)
-                    if control.get_role_name() in controls and not control.get_name()
+        nameless = [role_of(control) for control in descendants(self.app.root)
+                    if role_of(control) in controls and not control.get_name()
                     and not label_of(control)]
         self.assertEqual(nameless, [])
 
@@ -51,7 +51,7 @@ class Accessibility(ProgramTestCase):
         self.app.click(self.app.wait("push button", "Advanced…"))
         self.app.wait("dialog", "Advanced settings")
         cap = self.app.wait_labelled("Cap at:")
-        self.assertEqual(cap.get_role_name(), "spin button")
+        self.assertEqual(role_of(cap), "spin button")
         self.assertTrue(cap.get_description().startswith("A steady base frame rate is what"))
         pacing = self.app.wait_labelled("Presenter pacing:")
         self.assertTrue(pacing.get_description().startswith("Experimental. Holds fewer"))
