@@ -58,7 +58,7 @@ class InstallTree(unittest.TestCase):
 
     def test_user_guide_leads_nowhere_that_is_not_installed(self):
         doc = self.prefix / "share/doc/marrowpulse"
-        subprocess.run([pathlib.Path(__file__).resolve().parents[2] / "script/check-links",
+        subprocess.run([pathlib.Path(__file__).resolve().parents[2] / "docs/check-links",
                         doc / "user-guide.md", doc / "launch-options.md"], check=True)
 
 

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Prints what gcovr measured, by file, and fails when it is too little.
 
-    gcovr --json | coverage.py LINES BRANCHES
+    gcovr --json | reach.py LINES BRANCHES
 
 LINES and BRANCHES are the least percentages. Every function has to be called; of one that is
 compiled for several processors, one of them.

@@ -11,8 +11,6 @@ import subprocess
 import sys
 import time
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
-sys.path.insert(0, str(ROOT / "tests/end-to-end"))
 os.environ["MARROWPULSE_BUILD"] = str(pathlib.Path(sys.argv[1]).resolve())
 
 from case import CLOSE_STEAM, RESTART_STEAM, SampleMachine  # noqa: E402
