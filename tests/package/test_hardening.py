@@ -1,0 +1,59 @@
+# SPDX-License-Identifier: MIT
+"""How the program is hardened, by its executable and by the commands that compile it."""
+import json
+import os
+import pathlib
+import re
+import shlex
+import subprocess
+import unittest
+
+SOURCES = pathlib.Path(__file__).resolve().parents[2] / "src"
+BUILD = pathlib.Path(os.environ["MARROWPULSE_BUILD"])
+
+
+def readelf(what):
+    return subprocess.run(["readelf", "--wide", what, BUILD / "marrowpulse"], capture_output=True,
+                          text=True, check=True).stdout
+
+
+class Hardening(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.dynamic = dict(re.findall(r"\((\w+)\) +(.*)", readelf("--dynamic")))
+        cls.segments = dict(re.findall(r"^  (GNU_\w+) +(?:0x\w+ +){5}(\w+)", readelf("--segments"), re.M))
+
+    def test_position_independent_executable(self):
+        self.assertIn("PIE", self.dynamic["FLAGS_1"])
+
+    def test_what_the_linker_resolves_is_read_only_before_the_program_starts(self):
+        self.assertEqual(self.segments.get("GNU_RELRO"), "R")
+        self.assertIn("NOW", self.dynamic["FLAGS_1"])
+
+    def test_no_text_relocations(self):
+        self.assertNotIn("TEXTREL", self.dynamic)
+        self.assertNotIn("TEXTREL", self.dynamic.get("FLAGS", ""))
+
+    def test_no_executable_stack(self):
+        self.assertEqual(self.segments.get("GNU_STACK"), "RW")
+
+    def test_stack_protector(self):
+        self.assertIn("__stack_chk_fail", re.findall(r"\w+(?=@)", readelf("--dyn-syms")))
+
+    def test_every_source_is_fortified_and_its_stack_protected(self):
+        """By what the compiler has defined under the source's own flags."""
+        commands = json.loads((BUILD / "compile_commands.json").read_text())
+        sources = [entry for entry in commands if SOURCES in pathlib.Path(entry["file"]).parents]
+        self.assertGreater(len(sources), 10)
+        for entry in sources:
+            command = shlex.split(entry["command"])
+            del command[command.index("-o"):command.index("-o") + 2]
+            macros = subprocess.run([*command, "-E", "-dM"], cwd=entry["directory"], capture_output=True,
+                                    text=True, check=True).stdout
+            with self.subTest(entry["file"]):
+                self.assertIn(re.findall(r"#define _FORTIFY_SOURCE (.*)", macros), (["2"], ["3"]))
+                self.assertEqual(len(re.findall(r"#define __SSP_(?:STRONG|ALL)__ ", macros)), 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
