@@ -1,5 +1,4 @@
-# Makes of the staged install tree what Debian's policy asks of a package. CPack runs it before it
-# packs.
+# Makes of the staged install tree what Debian's policy asks of a package.
 set(stage ${CPACK_TEMPORARY_DIRECTORY}/usr/share)
 set(doc ${stage}/doc/${CPACK_PACKAGE_NAME})
 
@@ -7,9 +6,7 @@ set(doc ${stage}/doc/${CPACK_PACKAGE_NAME})
 file(RENAME ${doc}/LICENSE ${doc}/copyright)
 
 # A change log in Debian's form, which leads to the one that people read.
-file(STRINGS ${doc}/CHANGELOG.md heading REGEX "^## \\[${CPACK_PACKAGE_VERSION}\\] - ")
-string(REGEX REPLACE ".* - " "" day "${heading}")
-execute_process(COMMAND date --utc --rfc-email --date=${day} OUTPUT_VARIABLE date
+execute_process(COMMAND date --utc --rfc-email --date=${CPACK_MARROWPULSE_DAY} OUTPUT_VARIABLE date
     OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 file(WRITE ${doc}/changelog
 "${CPACK_PACKAGE_NAME} (${CPACK_PACKAGE_VERSION}) unstable; urgency=medium
@@ -19,5 +16,14 @@ file(WRITE ${doc}/changelog
  -- ${CPACK_DEBIAN_PACKAGE_MAINTAINER}  ${date}
 ")
 
+configure_file(${CMAKE_CURRENT_LIST_DIR}/lintian-overrides
+    ${stage}/lintian/overrides/${CPACK_PACKAGE_NAME} COPYONLY)
+
 execute_process(COMMAND gzip -9n ${doc}/changelog ${stage}/man/man1/${CPACK_PACKAGE_NAME}.1
     COMMAND_ERROR_IS_FATAL ANY)
+
+# The modes do not depend on the umask of who packs.
+set(for_all OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+file(CHMOD_RECURSE ${stage} FILE_PERMISSIONS ${for_all})
+file(CHMOD_RECURSE ${CPACK_TEMPORARY_DIRECTORY}/usr
+    DIRECTORY_PERMISSIONS ${for_all} OWNER_EXECUTE GROUP_EXECUTE WORLD_EXECUTE)

@@ -7,6 +7,9 @@ import subprocess
 import tempfile
 import unittest
 
+from releases import DAY, VERSION
+
+SOURCES = pathlib.Path(__file__).resolve().parents[2]
 ICON = "share/icons/hicolor/%s/apps/org.marrowpulse.Marrowpulse.%s"
 SIZES = (16, 22, 24, 32, 48, 64, 128, 256, 512)
 FILES = {
@@ -41,6 +44,11 @@ class InstallTree(unittest.TestCase):
                      for path in self.prefix.rglob("*") if not path.is_dir()}
         self.assertEqual(installed, FILES)
 
+    def test_program_does_not_tell_where_it_was_built(self):
+        program = (self.prefix / "bin/marrowpulse").read_bytes()
+        for folder in (SOURCES, os.environ["MARROWPULSE_BUILD"]):
+            self.assertNotIn(str(folder).encode(), program)
+
     def test_each_icon_has_the_size_of_its_folder(self):
         for size in SIZES:
             head = (self.prefix / (ICON % (f"{size}x{size}", "png"))).read_bytes()[:24]
@@ -49,7 +57,8 @@ class InstallTree(unittest.TestCase):
 
     def test_manual_page_has_the_version_and_no_fault(self):
         page = self.prefix / "share/man/man1/marrowpulse.1"
-        self.assertIn('.TH MARROWPULSE 1 2026\\-11\\-21 "Marrowpulse 1.0.0" "User Commands"',
+        day = DAY.isoformat().replace("-", "\\-")
+        self.assertIn(f'.TH MARROWPULSE 1 {day} "Marrowpulse {VERSION}" "User Commands"',
                       page.read_text().splitlines())
         man = subprocess.run(["man", "--warnings", "-E", "UTF-8", "-l", page], capture_output=True,
                              text=True, check=True, env={**os.environ, "MANWIDTH": "80"})
@@ -58,7 +67,7 @@ class InstallTree(unittest.TestCase):
 
     def test_user_guide_leads_nowhere_that_is_not_installed(self):
         doc = self.prefix / "share/doc/marrowpulse"
-        subprocess.run([pathlib.Path(__file__).resolve().parents[2] / "docs/check-links",
+        subprocess.run([SOURCES / "docs/check-links",
                         doc / "user-guide.md", doc / "launch-options.md"], check=True)
 
 

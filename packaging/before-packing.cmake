@@ -1,0 +1,14 @@
+# CPack runs this before it packs what it has staged.
+
+# The time that everything in a package gets, unless the packer has said it.
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+    execute_process(COMMAND date --utc --date=${CPACK_MARROWPULSE_DAY} +%s OUTPUT_VARIABLE time
+        OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    set(ENV{SOURCE_DATE_EPOCH} ${time})
+endif()
+
+if(NOT CPACK_INSTALL_CMAKE_PROJECTS)
+    include(${CMAKE_CURRENT_LIST_DIR}/source-archive.cmake)
+elseif(CPACK_GENERATOR STREQUAL "DEB")
+    include(${CMAKE_CURRENT_LIST_DIR}/debian-policy.cmake)
+endif()
