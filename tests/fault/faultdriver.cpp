@@ -13,7 +13,6 @@
 //   fault-driver start-steam FILE             startSteam() while FILE is open
 //   fault-driver shutdown SECONDS             shutdownSteam()
 //   fault-driver wait                         waits until it is killed
-//   fault-driver qt-version                   tells the version of Qt that it runs on
 #include "launch/settingsstore.h"
 #include "steam/launchoptionseditor.h"
 #include "steam/steamprocess.h"
@@ -121,8 +120,6 @@ int main(int argc, char **argv)
         return startSteam(arguments);
     if (task == "shutdown"_L1)
         return claim(steam::shutdownSteam(arguments[2].toInt(), {}));
-    if (task == "qt-version"_L1)
-        return claim(true, QLatin1StringView(qVersion()));
     while (task == "wait"_L1)
         ::pause();
     return 2;
