@@ -36,29 +36,6 @@ QStringList appids()
     return ids;
 }
 
-/// What reading the text once costs: a sum over its units.
-void plainPass(benchmark::State &state)
-{
-    const QString text = QString::fromUtf8(localConfigBytes());
-    for (auto _ : state) {
-        quint64 sum = 0;
-        for (const QChar unit : text)
-            sum += unit.unicode();
-        benchmark::DoNotOptimize(sum);
-    }
-}
-BENCHMARK(plainPass);
-
-void readOneGame(benchmark::State &state)
-{
-    const QString text = QString::fromUtf8(localConfigBytes());
-    const QStringList ids = appids();
-    const QString appid = ids[ids.size() / 2];
-    for (auto _ : state)
-        benchmark::DoNotOptimize(steam::readLaunchOptions(text, appid));
-}
-BENCHMARK(readOneGame);
-
 /// As the scan does it: the file read, and every game's value looked up in the section's bytes.
 void readAllGames(benchmark::State &state)
 {

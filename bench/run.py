@@ -1,287 +1,224 @@
 # SPDX-License-Identifier: MIT
 """Runs all measurements in turn, several rounds of each, and prints one table of ratios.
 
-    on-desktop-bus run.py BUILD-FOLDER
+    on-desktop-bus run.py RELEASE-BUILD O2-BUILD [--rounds N] [--write]
 
-Every ratio is of medians taken within this run. Exits 1 when a bound is missed.
+Every ratio is of medians taken within this run. What it compares is measured close together in every
+round, so that the machine's moods fall on both sides. With --write the table and the picture of
+docs/performance.md are renewed. Exits 1 when a bound is missed.
 """
-import json
-import os
+import argparse
+import collections
 import pathlib
-import platform
 import statistics
-import subprocess
 import sys
 import tempfile
-import time
 
-from Xlib import X, display as xdisplay
+from machines import Machine
+from picture import draw
+from program import EMPTY_WINDOW, PROGRAM, SLOW_DISK, Player, Run, Screen
+from report import PICTURE, Report
 
-HERE = pathlib.Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE.parent / "tests/end-to-end"))
-from desktop import ON_MACHINE, Desktop  # noqa: E402
-
-ROUNDS = 5
-BUILD = pathlib.Path(sys.argv[1]).resolve()
-PYTHON = "/usr/bin/python3"
-
-
-def output(*command, **options):
-    return subprocess.run([str(part) for part in command], check=True, capture_output=True, text=True,
-                          **options).stdout
+SIZES = (250, 500, 1000, 2000)  # games
+SCANNED = (500, 1000, 2000, 4000, 8000)
+APPLIED = (250, 300, 500, 1000, 2000)
+WINDOWS = (0, 150, 1000)
+SLOW = 50
+INNER = {"readAllGames": (150, *SIZES), "scan": SCANNED, "editOneGame": SIZES, "writeAndSync": (1000,),
+         "recount": SIZES, "list": SIZES}
+IN_BOTH_BUILDS = ("readAllGames", "scan")
 
 
-class Machine:
-    """A machine with a number of games; its localconfig.vdf grows with the friends."""
+class Bench:
+    """The machines, and what was measured on them: times in milliseconds, by name and games."""
 
-    def __init__(self, folder, games, friends):
-        self.root = pathlib.Path(folder, f"{games}-games")
-        output(BUILD / "bench_machine", self.root, games, friends)
-        self.vdf = next(self.root.glob("home/.local/share/Steam/userdata/*/config/localconfig.vdf"))
+    def __init__(self, folder, builds):
+        self.builds = dict(zip(("", ", -O2"), builds))
+        self.build = builds[0]
+        self.samples = collections.defaultdict(list)
+        sizes = sorted({*SIZES, *SCANNED, *APPLIED, *WINDOWS, SLOW})
+        self.machines = {games: self.new_machine(folder, f"{games}", games, max(8600, games * 36))
+                         for games in sizes}
+        # Two files of 2 MB that say the same of 150 games: with many friends, and behind so many
+        # sections that never close.
+        self.ordinary = self.new_machine(folder, "ordinary", 150, 18300)
+        self.unclosed = self.new_machine(folder, "unclosed", 150, 0)
+        opening = b'"apps"{'
+        missing = len(self.ordinary.content) - len(self.unclosed.content)
+        self.unclosed.replace_content(opening * (missing // len(opening)) + self.unclosed.content)
 
-    def inner(self, names):
-        """One round of inner functions: milliseconds by name."""
-        report = json.loads(output(
-            ON_MACHINE, self.root, BUILD / "bench_inner", f"--benchmark_filter=^({'|'.join(names)})(/|$)",
-            "--benchmark_min_time=0.2", "--benchmark_format=json",
-            env={**os.environ, "QT_QPA_PLATFORM": "offscreen"}))
-        return {run["name"].split("/")[0]: run["real_time"] / 1e6 for run in report["benchmarks"]
-                if run.get("aggregate_name", "median") == "median"}
+    def new_machine(self, folder, name, games, friends):
+        return Machine(self.build, pathlib.Path(folder, name), games, friends)
 
+    def note(self, name, games, value):
+        self.samples[name, games].append(value)
 
-def medians(rounds):
-    return {key: statistics.median(values[key] for values in rounds) for key in rounds[0]}
+    def median(self, name, games):
+        return statistics.median(self.samples[name, games])
 
+    def measure_files(self, games):
+        """The functions and the peers on one machine."""
+        machine = self.machines[games]
+        for kind, build in self.builds.items():
+            names = [name for name, sizes in INNER.items()
+                     if games in sizes and (not kind or name in IN_BOTH_BUILDS)]
+            for name, time in (machine.inner(build, names) if names else {}).items():
+                self.note(name + kind, games, time)
+        for peer in ("node", "python") if games in {150, *APPLIED} else ():
+            parse, edits = machine.peer(peer, 1, games)
+            self.note(peer, games, parse)
+            self.note(f"{peer} edit of one", games, edits[1])
+            self.note(f"{peer} edit of all", games, edits[games])
 
-def peers(machine):
-    """Milliseconds of the peers on the machine's file: node's parse, Python's parse and edit."""
-    node = float(output("node", HERE / "peers/parse.js", machine.vdf))
-    python = [float(line) for line in output(PYTHON, HERE / "peers/parse.py", machine.vdf).split()]
-    return {"node": node, "python": python[0], "python edit": python[1]}
+    def measure_applies(self, player, games):
+        """Apply on one machine."""
+        def apply(name, change, changed, through=()):
+            self.note(name, games, player.time_apply(self.machines[games], change, changed, through))
 
+        if games in {SLOW, *APPLIED}:
+            apply("apply all", player.change_all_games, games)
+        if games == SLOW:
+            apply("apply all, slow disk", player.change_all_games, games, SLOW_DISK)
+        if games == 1000:
+            apply("apply one", player.change_one_game, 1)
+            self.note("keystroke", games, player.keystroke_cpu(self.machines[games]))
 
-class Screen:
-    """Looks at the pixels of a display."""
+    def measure_starts(self, screen):
+        def start(name, games, machine, program=PROGRAM):
+            with Run(screen, self.build, machine, program) as run:
+                self.note(name, games, run.started_ms)
+                self.note(f"{name}, peak", games, run.peak_kib())
 
-    def __init__(self, desktop):
-        self.display = xdisplay.Display(desktop.environment["DISPLAY"])
-        self.root = self.display.screen().root
+        for _ in range(3):  # short ones, so more of them
+            start("empty window", 0, self.machines[0], EMPTY_WINDOW)
+            for games in WINDOWS:
+                start("window", games, self.machines[games])
+            self.note("xrandr", 0, screen.timed_xrandr())
+        start("ordinary", 150, self.ordinary)
+        start("unclosed", 150, self.unclosed)
 
-    def is_painted(self):
-        # A window stands somewhere on the screen; without one these points are all black.
-        return any(any(self.root.get_image(x, y, 1, 1, X.ZPixmap, 0xFFFFFF).data[:3])
-                   for x, y in ((640, 512), (450, 310)))
-
-    def windows(self):
-        """How many windows of the program are on the screen."""
-        return sum(1 for window in self.root.query_tree().children
-                   if window.get_attributes().map_state == X.IsViewable
-                   and window.get_geometry().width > 1)
-
-
-def poll(condition, seconds=30):
-    deadline = time.monotonic() + seconds
-    while not condition():
-        if time.monotonic() > deadline:
-            raise AssertionError("waited in vain")
-        time.sleep(0.001)
-
-
-def process_of(launcher, program):
-    """The pid of the program itself below its launcher."""
-    found = [launcher]
-    for pid in found:
-        for task in pathlib.Path(f"/proc/{pid}/task").iterdir():
-            found += [int(child) for child in (task / "children").read_text().split()]
-    return next(pid for pid in reversed(found)
-                if os.path.basename(os.readlink(f"/proc/{pid}/exe")) == program)
-
-
-class Start:
-    """A program started on a machine until its window is painted."""
-
-    def __init__(self, desktop, screen, program, machine):
-        begin = time.monotonic()
-        self.launcher = desktop.start(BUILD / program, machine.root)
-        poll(screen.is_painted)
-        self.milliseconds = (time.monotonic() - begin) * 1000
-        self.pid = process_of(self.launcher.pid, program)
-        self.screen = screen
-
-    def peak_kib(self):
-        for line in pathlib.Path(f"/proc/{self.pid}/status").read_text().splitlines():
-            if line.startswith("VmHWM:"):
-                return int(line.split()[1])
-
-    def cpu_ms(self):
-        """CPU time of the program so far, from the scheduler's own account."""
-        return sum(int((task / "schedstat").read_text().split()[0])
-                   for task in pathlib.Path(f"/proc/{self.pid}/task").iterdir()) / 1e6
-
-    def stop(self):
-        os.kill(self.pid, 9)
-        self.launcher.wait()
-        poll(lambda: not self.screen.is_painted())
+    def measure(self, rounds):
+        with Screen() as screen:
+            player = Player(screen, self.build, self.machines[1000])
+            for number in range(rounds):
+                print(f"round {number + 1} of {rounds}", file=sys.stderr)
+                for games in self.machines:
+                    self.measure_files(games)
+                    self.measure_applies(player, games)
+                self.measure_starts(screen)
 
 
-def measure_start(desktop, screen, program, machine):
-    start = Start(desktop, screen, program, machine)
-    result = {"time": start.milliseconds, "peak": start.peak_kib()}
-    start.stop()
-    return result
+def add_bounds(report, bench):
+    median = bench.median
+    for kind in bench.builds:
+        report.ratio(f"all options of 1,000 games{kind} / one parse by @node-steam/vdf",
+                     median(f"readAllGames{kind}", 1000), median("node", 1000), 0.15)
+    report.ratio("all options of 1,000 games / one parse by python3-vdf", median("readAllGames", 1000),
+                 median("python", 1000), 0.6)
+    report.ratio("all options of 150 games / one parse by @node-steam/vdf", median("readAllGames", 150),
+                 median("node", 150), 0.7)
+    for kind in bench.builds:
+        add_growth(report, bench, f"scan{kind}", SCANNED, 2.3)
+
+    xrandr = median("xrandr", 0)  # is the system's own time
+    report.ratio("start with 2 MB of unclosed sections / with an ordinary file of 2 MB",
+                 median("unclosed", 150) - xrandr, median("ordinary", 150) - xrandr, 1.5)
+    for games in (300, 1000):
+        report.ratio(f"Apply of {games:,} changed games / the same edit by python3-vdf",
+                     median("apply all", games), median("python edit of all", games), 1.0)
+    report.ratio("Apply of one game of 1,000 / the same edit by python3-vdf", median("apply one", 1000),
+                 median("python edit of one", 1000), 0.35)
+    report.ratio("one edit / writing and syncing the file", median("editOneGame", 1000),
+                 median("writeAndSync", 1000), 4)
+    report.ratio("one edit / one edit by python3-vdf", median("editOneGame", 1000),
+                 median("python edit of one", 1000), 0.25)
+    report.bounded("one keystroke, 1,000 games enabled (ms)", median("keystroke", 1000), 16,
+                   "CPU time of the program")
+
+    empty = median("empty window", 0)
+    window = {games: median("window", games) - xrandr for games in WINDOWS}
+    report.ratio("window without a game / an empty window", window[0], empty, 2.2)
+    report.ratio("window with 150 games / without a game", window[150], window[0], 1.25)
+    report.ratio("window with 1,000 games / an empty window", window[1000], empty, 3.5)
+    peak, least = (median(f"{name}, peak", games) / 1024
+                   for name, games in (("window", 1000), ("empty window", 0)))
+    report.bounded("peak memory above the empty window's, 1,000 games (MB)", peak - least, 25,
+                   f"{peak:.1f} MB / {least:.1f} MB")
+    for name in ("editOneGame", "recount", "list"):
+        add_growth(report, bench, name, SIZES, 2.4)
 
 
-def settle(start):
-    """Waits until the program has nothing left to do."""
-    before = -1.0
-    while start.cpu_ms() != before:
-        before = start.cpu_ms()
-        time.sleep(0.05)
+def add_growth(report, bench, name, sizes, bound):
+    for less, more in zip(sizes, sizes[1:]):
+        report.ratio(f"{name}, {more:,} games / {less:,}", bench.median(name, more),
+                     bench.median(name, less), bound)
 
 
-def measure_keystrokes(desktop, screen, machine):
-    """CPU milliseconds that one keystroke in a resolution box costs the program."""
-    start = Start(desktop, screen, "marrowpulse", machine)
-    window = output("xdotool", "search", "--onlyvisible", "--name", "^Marrowpulse$",
-                    env=desktop.environment).split()[0]
-    output("xdotool", "windowfocus", "--sync", window, env=desktop.environment)
-    desktop.key("Tab", "Tab", "Tab")  # the list, upscaling, the render resolution
-    desktop.key("ctrl+a")
-    settle(start)
-    before = start.cpu_ms()
-    text = "1600x900" * 8
-    desktop.type(text)
-    settle(start)
-    cost = (start.cpu_ms() - before) / len(text)
-    start.stop()
-    return cost
+def add_times(report, bench, title, columns, sizes):
+    """A table without bounds: a column for each name, by title."""
+    report.table(title, *columns)
+    for games in sizes:
+        report.row(f"{games:,}", *(f"{bench.median(name, games):.2f}" if (name, games) in bench.samples
+                                   else "" for name in columns.values()))
 
 
-def measure_apply(desktop, screen, machine):
-    """Milliseconds from Alt+A to the question that ends Apply, one game changed."""
-    start = Start(desktop, screen, "marrowpulse", machine)
-    window = output("xdotool", "search", "--onlyvisible", "--name", "^Marrowpulse$",
-                    env=desktop.environment).split()[0]
-    output("xdotool", "windowfocus", "--sync", window, env=desktop.environment)
-    desktop.key("Tab", "space")  # the first game, off
-    settle(start)
-    before = screen.windows()
-    begin = time.monotonic()
-    desktop.key("alt+a")
-    poll(lambda: screen.windows() > before)
-    result = (time.monotonic() - begin) * 1000
-    start.stop()
-    return result
+def report_of(bench, rounds):
+    report = Report()
+    report.conditions(list(bench.builds.values()))
+    report.line(f"- Rounds: {rounds}, of which medians are taken; the file with 1,000 games has "
+                f"{len(bench.machines[1000].content) / 1e6:.1f} MB, with 150 "
+                f"{len(bench.machines[150].content) / 1e6:.1f} MB")
+    report.table("work", "measured", "at most", "detail", "reached")
+    add_bounds(report, bench)
+    report.line()
+    report.line(f"Apply of {SLOW} changed games: {bench.median('apply all', SLOW):.0f} ms; on a disk "
+                f"whose sync takes 40 ms: {bench.median('apply all, slow disk', SLOW):.0f} ms. "
+                f"xrandr itself: {bench.median('xrandr', 0):.1f} ms.")
+    report.line()
+    report.line("In milliseconds, by games in the library:")
+    add_times(report, bench, "options of all games",
+              {"Marrowpulse": "readAllGames", "Marrowpulse, -O2": "readAllGames, -O2",
+               "one parse by @node-steam/vdf": "node", "by python3-vdf": "python"}, SIZES)
+    add_times(report, bench, "all games changed",
+              {"Apply": "apply all", "edit by @node-steam/vdf": "node edit of all",
+               "by python3-vdf": "python edit of all"}, APPLIED)
+    add_times(report, bench, "growth",
+              {"scan": "scan", "scan, -O2": "scan, -O2", "edit": "editOneGame", "recount": "recount",
+               "list": "list"}, sorted({*SIZES, *SCANNED}))
+    if report.missed:
+        report.line()
+        report.line(f"Missed: {'; '.join(report.missed)}.")
+    return report
 
 
-class Table:
-    def __init__(self):
-        self.missed = []
+def draw_picture(bench):
+    def curves(**names):
+        return {name: [bench.median(key, games) for games in SIZES]
+                for name, key in zip(("Marrowpulse", "@node-steam/vdf", "python3-vdf"), names.values())}
 
-    def row(self, work, value, bound, detail):
-        ok = value <= bound
-        if not ok:
-            self.missed.append(work)
-        print(f"| {work} | {value:.2f} | {bound:g} | {detail} | {'yes' if ok else 'MISSED'} |")
-
-
-def version(*command):
-    return output(*command).splitlines()[0].strip()
+    draw(PICTURE, SIZES, {
+        "Reading every game's launch options":
+            curves(ours="readAllGames", node="node", python="python"),
+        "Changing all of them and saving the file":
+            curves(ours="apply all", node="node edit of all", python="python edit of all")})
 
 
-def print_conditions():
-    cpu = next(line.split(":")[1].strip() for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines()
-               if line.startswith("model name"))
-    cache = dict(line.split("=", 1) for line in (BUILD / "CMakeCache.txt").read_text().splitlines()
-                 if "=" in line and not line.startswith(("#", "/")))
-    flags = f"{cache['CMAKE_CXX_FLAGS:STRING']} {cache['CMAKE_CXX_FLAGS_RELEASE:STRING']}".strip()
-    packages = output("dpkg-query", "-W", "-f", "${Package} ${Version}\n", "libqt6core6", "python3-vdf")
-    print(f"Machine: {cpu}, {os.cpu_count()} cores, Linux {platform.release()}")
-    print(f"Compiler: {version(cache['CMAKE_CXX_COMPILER:FILEPATH'], '--version')}, flags {flags} "
-          "(ours and the plain pass)")
-    print(f"Versions: {', '.join(packages.split(chr(10)))}node {version('node', '--version')}, "
-          f"@node-steam/vdf {json.loads((HERE / 'peers/package.json').read_text())['dependencies']['@node-steam/vdf']}")
-    print()
-
-
-def main(folder):
-    large = Machine(folder, 1000, 36000)
-    small = Machine(folder, 150, 8600)
-    growth = {games: Machine(folder + "/growth", games, games * 36) for games in (250, 500, 1000, 2000)}
-    print(f"File with 1,000 games: {large.vdf.stat().st_size / 1e6:.1f} MB; with 150: "
-          f"{small.vdf.stat().st_size / 1e6:.1f} MB. Medians of {ROUNDS} rounds.")
-
-    rounds = {"large": [], "small": [], "peers": [], "small peers": []}
-    grown = {games: [] for games in growth}
-    for _ in range(ROUNDS):
-        rounds["large"].append(large.inner(["plainPass", "readOneGame", "readAllGames", "editOneGame",
-                                            "writeAndSync"]))
-        rounds["peers"].append(peers(large))
-        rounds["small"].append(small.inner(["readAllGames"]))
-        rounds["small peers"].append(peers(small))
-        for games, machine in growth.items():
-            grown[games].append(machine.inner(["editOneGame", "recount", "scan", "list"]))
-    inner, other = medians(rounds["large"]), medians(rounds["peers"])
-    small_inner, small_other = medians(rounds["small"]), medians(rounds["small peers"])
-    curve = {games: medians(values) for games, values in grown.items()}
-
-    with Desktop(window_manager=False) as desktop:
-        for name in ("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "QT_ACCESSIBILITY"):
-            del desktop.environment[name]  # no player's desktop has them set
-        screen = Screen(desktop)
-        starts = {"empty": [], "large": [], "small": []}
-        for _ in range(2 * ROUNDS):
-            starts["empty"].append(measure_start(desktop, screen, "bench_empty_window", large))
-            starts["large"].append(measure_start(desktop, screen, "marrowpulse", large))
-            starts["small"].append(measure_start(desktop, screen, "marrowpulse", small))
-        starts = {name: medians(values) for name, values in starts.items()}
-        xrandr = statistics.median(timed_xrandr(desktop) for _ in range(2 * ROUNDS))
-        keystroke = statistics.median(measure_keystrokes(desktop, screen, large) for _ in range(3))
-        applying = statistics.median(measure_apply(desktop, screen, large) for _ in range(3))
-
-    print_conditions()
-    table = Table()
-    print("| work | measured | at most | detail | reached |\n|---|---|---|---|---|")
-
-    def ratio(work, ours, theirs, bound):
-        table.row(work, ours / theirs, bound, f"{ours:.2f} ms / {theirs:.2f} ms")
-
-    ratio("one game's options / a plain pass", inner["readOneGame"], inner["plainPass"], 2.5)
-    ratio("all of 1,000 games / one parse by @node-steam/vdf", inner["readAllGames"], other["node"], 2.0)
-    ratio("all of 1,000 games / one parse by python3-vdf", inner["readAllGames"], other["python"], 0.6)
-    ratio("all of 150 games / one parse by @node-steam/vdf", small_inner["readAllGames"],
-          small_other["node"], 0.7)
-    ratio("an edit / writing and syncing the file", inner["editOneGame"], inner["writeAndSync"], 4)
-    ratio("an edit / an edit by python3-vdf", inner["editOneGame"], other["python edit"], 0.25)
-    table.row("one keystroke, 1,000 games enabled (ms)", keystroke, 16, "CPU time of the program")
-    empty = starts["empty"]["time"]
-    ratio("window with 1,000 games / an empty one", starts["large"]["time"] - xrandr, empty, 3.5)
-    ratio("window with 150 games / an empty one", starts["small"]["time"] - xrandr, empty, 1.5)
-    extra = (starts["large"]["peak"] - starts["empty"]["peak"]) / 1024
-    table.row("peak memory above the empty window's (MB)", extra, 25,
-              f"{starts['large']['peak'] / 1024:.1f} MB / {starts['empty']['peak'] / 1024:.1f} MB")
-    for name, bound in (("editOneGame", 2.2), ("recount", 2.2), ("list", 2.2), ("scan", 4.4)):
-        for games in (500, 1000, 2000):
-            ratio(f"{name}, {games} games / {games // 2}", curve[games][name], curve[games // 2][name],
-                  bound)
-    print(f"\nApply of one game of 1,000, from Alt+A to the last question: {applying:.0f} ms. "
-          f"xrandr itself: {xrandr:.1f} ms.\n")
-    print("| games | edit (ms) | recount (ms) | list (ms) | scan (ms) |\n|---|---|---|---|---|")
-    for games, values in curve.items():
-        print(f"| {games} | {values['editOneGame']:.2f} | {values['recount']:.2f} | {values['list']:.2f} "
-              f"| {values['scan']:.2f} |")
-    if table.missed:
-        print(f"\nMissed: {'; '.join(table.missed)}")
-    return 1 if table.missed else 0
-
-
-def timed_xrandr(desktop):
-    begin = time.monotonic()
-    desktop.output("xrandr", "--current")
-    return (time.monotonic() - begin) * 1000
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("builds", nargs=2, type=lambda name: pathlib.Path(name).resolve())
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--write", action="store_true")
+    arguments = parser.parse_args()
+    with tempfile.TemporaryDirectory(prefix="marrowpulse-bench.") as folder:
+        bench = Bench(folder, arguments.builds)
+        bench.measure(arguments.rounds)
+    report = report_of(bench, arguments.rounds)
+    print(report.text())
+    if arguments.write:
+        report.write_to_document()
+        draw_picture(bench)
+    return 1 if report.missed else 0
 
 
 if __name__ == "__main__":
-    with tempfile.TemporaryDirectory(prefix="marrowpulse-bench.") as scratch:
-        os.mkdir(scratch + "/growth")
-        sys.exit(main(scratch))
+    sys.exit(main())

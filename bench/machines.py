@@ -1,0 +1,69 @@
+# SPDX-License-Identifier: MIT
+"""Machines to measure on, and what is measured there without a screen. All times are milliseconds."""
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+
+HERE = pathlib.Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parent / "tests/end-to-end"))
+from desktop import ON_MACHINE  # noqa: E402
+
+PYTHON = "/usr/bin/python3"
+
+
+def output(*command, **options):
+    return subprocess.run([str(part) for part in command], check=True, capture_output=True, text=True,
+                          **options).stdout
+
+
+class Machine:
+    """A machine with a number of games; its localconfig.vdf grows with the friends."""
+
+    def __init__(self, build, root, games, friends):
+        self.root = pathlib.Path(root)
+        self.games = games
+        output(build / "bench_machine", self.root, games, friends)
+        self.vdf = next(self.root.glob("home/.local/share/Steam/userdata/*/config/localconfig.vdf"))
+        self.content = self.vdf.read_bytes()
+
+    def replace_content(self, content):
+        self.content = content
+        self.restore()
+
+    def restore(self):
+        """Undoes what was measured: each measurement finds the same machine."""
+        shutil.rmtree(self.root / "home/.config/Marrowpulse", ignore_errors=True)
+        for left in self.vdf.parent.glob(self.vdf.name + ".*"):
+            left.unlink()
+        if self.vdf.read_bytes() != self.content:
+            with open(self.vdf, "wb") as file:
+                file.write(self.content)
+                os.fsync(file.fileno())
+
+    def changed_lines(self):
+        """How many lines of localconfig.vdf are not what they were."""
+        before, after = self.content.splitlines(), self.vdf.read_bytes().splitlines()
+        if len(before) != len(after):
+            raise AssertionError("the file has another number of lines")
+        return sum(old != new for old, new in zip(before, after))
+
+    def inner(self, build, names):
+        """One round of the inner functions of a build: time by name."""
+        self.restore()
+        report = json.loads(output(
+            ON_MACHINE, self.root, build / "bench_inner", f"--benchmark_filter=^({'|'.join(names)})(/|$)",
+            "--benchmark_min_time=0.2", "--benchmark_format=json",
+            env={**os.environ, "QT_QPA_PLATFORM": "offscreen"}))
+        return {run["name"].split("/")[0]: run["real_time"] / 1e6 for run in report["benchmarks"]
+                if run.get("aggregate_name", "median") == "median"}
+
+    def peer(self, name, *counts):
+        """What a peer takes for the file: a parse, and an edit of each number of games."""
+        self.restore()
+        command = {"node": ["node", HERE / "peers/peer.js"],
+                   "python": [PYTHON, HERE / "peers/peer.py"]}[name]
+        result = json.loads(output(*command, self.vdf, *counts))
+        return result["parse"], {int(count): time for count, time in result["edit"].items()}

@@ -1,0 +1,73 @@
+# SPDX-License-Identifier: MIT
+"""The table of a run, and its place in docs/performance.md."""
+import json
+import os
+import platform
+
+from machines import HERE, output
+
+DOCUMENT = HERE.parent / "docs/performance.md"
+PICTURE = HERE.parent / "docs/images/performance.svg"
+BEGIN, END = ("<!-- What stands from here is written by script/bench --write. -->\n",
+              "<!-- What stands up to here is written by script/bench --write. -->\n")
+
+
+class Report:
+    """Lines of Markdown; keeps which bounds are missed."""
+
+    def __init__(self):
+        self.lines = []
+        self.missed = []
+
+    def line(self, text=""):
+        self.lines.append(text)
+
+    def table(self, *columns):
+        self.line()
+        self.line(f"| {' | '.join(columns)} |")
+        self.line("|" + "---|" * len(columns))
+
+    def row(self, *cells):
+        self.line(f"| {' | '.join(cells)} |")
+
+    def bounded(self, work, value, bound, detail):
+        reached = value <= bound
+        if not reached:
+            self.missed.append(work)
+        self.row(work, f"{value:.2f}", f"{bound:g}", detail, "yes" if reached else "MISSED")
+
+    def ratio(self, work, ours, theirs, bound):
+        self.bounded(work, ours / theirs, bound, f"{ours:.2f} ms / {theirs:.2f} ms")
+
+    def conditions(self, builds):
+        cpu = next(line.split(":")[1].strip() for line in open("/proc/cpuinfo", encoding="utf-8")
+                   if line.startswith("model name"))
+        compiler = cache_of(builds[0])["CMAKE_CXX_COMPILER:FILEPATH"]
+        packages = output("dpkg-query", "-W", "-f", "${Package} ${Version}\n", "libqt6core6", "python3-vdf")
+        peer = json.loads((HERE / "peers/package.json").read_text())["dependencies"]["@node-steam/vdf"]
+        self.line(f"- Machine: {cpu}, {os.cpu_count()} cores, Linux {platform.release()}")
+        self.line(f"- Compiler: {output(compiler, '--version').splitlines()[0]}, with "
+                  f"`{flags_of(builds[0])}`, and where the table says so with `{flags_of(builds[1])}`")
+        self.line(f"- Versions: {', '.join(packages.splitlines())}, node "
+                  f"{output('node', '--version').strip()}, @node-steam/vdf {peer}")
+
+    def text(self):
+        return "\n".join(self.lines) + "\n"
+
+    def write_to_document(self):
+        """Puts the text between the document's two marks."""
+        text = DOCUMENT.read_text()
+        before, after = text.index(BEGIN) + len(BEGIN), text.index(END)
+        DOCUMENT.write_text(f"{text[:before]}\n{self.text()}\n{text[after:]}")
+
+
+def cache_of(build):
+    return dict(line.split("=", 1) for line in (build / "CMakeCache.txt").read_text().splitlines()
+                if "=" in line and not line.startswith(("#", "/")))
+
+
+def flags_of(build):
+    """What the compiler is told in a build folder."""
+    cache = cache_of(build)
+    kind = cache["CMAKE_BUILD_TYPE:STRING"].upper()
+    return f"{cache['CMAKE_CXX_FLAGS:STRING']} {cache.get(f'CMAKE_CXX_FLAGS_{kind}:STRING', '')}".strip()
