@@ -9,18 +9,30 @@
 
 #include <QApplication>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QPushButton>
 
 #include <benchmark/benchmark.h>
+
+#include <ctime>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 
-/// What the last scan took, in nanoseconds.
+// What waits for the disk, or is compared with a peer, is measured by the clock on the wall; all
+// else by the CPU time of this process, which other work on the machine does not lengthen.
+
+/// CPU time of this process so far, in nanoseconds.
+qint64 cpuNs()
+{
+    timespec time{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return time.tv_sec * 1'000'000'000 + time.tv_nsec;
+}
+
+/// What the last scan took.
 qint64 scanNs = 0;
 
 QByteArray localConfigBytes()
@@ -47,7 +59,7 @@ void readAllGames(benchmark::State &state)
             benchmark::DoNotOptimize(steam::readLaunchOptions(section, appid));
     }
 }
-BENCHMARK(readAllGames);
+BENCHMARK(readAllGames)->UseRealTime();
 
 void scan(benchmark::State &state)
 {
@@ -99,10 +111,9 @@ void list(benchmark::State &state)
     auto *button = window.findChild<QPushButton *>(u"refreshButton"_s);
     button->click(); // from the second on they are alike
     for (auto _ : state) {
-        QElapsedTimer timer;
-        timer.start();
+        const qint64 begin = cpuNs();
         button->click();
-        state.SetIterationTime(double(timer.nsecsElapsed() - scanNs) * 1e-9);
+        state.SetIterationTime(double(cpuNs() - begin - scanNs) * 1e-9);
     }
 }
 BENCHMARK(list)->UseManualTime()->Iterations(5)->Repetitions(9)->ReportAggregatesOnly();
@@ -116,10 +127,9 @@ QList<steam::GameEntry> timedScanGames() asm("__wrap__ZN5steam9scanGamesEv");
 
 QList<steam::GameEntry> timedScanGames()
 {
-    QElapsedTimer timer;
-    timer.start();
+    const qint64 begin = cpuNs();
     QList<steam::GameEntry> games = scanGamesItself();
-    scanNs = timer.nsecsElapsed();
+    scanNs = cpuNs() - begin;
     return games;
 }
 
