@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/advanceddialog.h"
 
+#include "app/labelcolumn.h"
 #include "app/widgets.h"
 #include "launch/launchoptions.h"
 
@@ -39,8 +40,9 @@ AdvancedDialog::AdvancedDialog(const launch::GameSettings &gameSettings, int ref
     setMinimumWidth(480);
 
     auto *layout = new QVBoxLayout(this);
-    buildFrameCapGroup(layout);
-    buildFramegenGroup(layout);
+    LabelColumn boxes;
+    buildFrameCapGroup(layout, boxes);
+    buildFramegenGroup(layout, boxes);
     buildDiagnosticsGroup(layout);
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
@@ -64,7 +66,7 @@ launch::GameSettings AdvancedDialog::result() const
     return edited;
 }
 
-void AdvancedDialog::buildFrameCapGroup(QVBoxLayout *layout)
+void AdvancedDialog::buildFrameCapGroup(QVBoxLayout *layout, LabelColumn &boxes)
 {
     auto *group = new QGroupBox(u"Frame rate cap"_s);
     layout->addWidget(group);
@@ -77,7 +79,7 @@ void AdvancedDialog::buildFrameCapGroup(QVBoxLayout *layout)
     capSpin = named(new QSpinBox, u"capSpin"_s);
     capSpin->setRange(20, 480);
     capSpin->setSuffix(u" fps"_s);
-    addLabelledRow(groupLayout, u"Cap at:"_s, capSpin, 0)->addStretch();
+    boxes.addRow(groupLayout, u"Cap at:"_s, capSpin, 0)->addStretch();
     const QString rate = refreshHz < 1 ? u"unknown, assuming 60"_s : QString::number(refreshHz);
     addHelpLabel(
         groupLayout,
@@ -86,7 +88,7 @@ void AdvancedDialog::buildFrameCapGroup(QVBoxLayout *layout)
         capSpin);
 }
 
-void AdvancedDialog::buildFramegenGroup(QVBoxLayout *layout)
+void AdvancedDialog::buildFramegenGroup(QVBoxLayout *layout, LabelColumn &boxes)
 {
     auto *group = new QGroupBox(u"Frame generation"_s);
     layout->addWidget(group);
@@ -100,7 +102,7 @@ void AdvancedDialog::buildFramegenGroup(QVBoxLayout *layout)
     pacingCombo->addItem(u"Off (recommended)"_s, 0);
     pacingCombo->addItem(u"Balanced"_s, 22);
     pacingCombo->addItem(u"Aggressive"_s, 14);
-    addLabelledRow(groupLayout, u"Presenter pacing:"_s, pacingCombo, 1);
+    boxes.addRow(groupLayout, u"Presenter pacing:"_s, pacingCombo, 1);
     addHelpLabel(
         groupLayout,
         u"Experimental. Holds fewer finished frames in the display queue, which cuts input delay, but leaves less slack to absorb a heavy scene. In testing it saved a few milliseconds and cost occasional dropped frames, so Off is the tested default."_s,

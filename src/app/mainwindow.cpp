@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/mainwindow.h"
 
+#include "app/gameitem.h"
 #include "app/waitcursor.h"
 #include "hw/gpuenumeration.h"
 #include "hw/pcielink.h"
@@ -12,12 +13,13 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
-#include <QIcon>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScreen>
 #include <QSignalBlocker>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -33,35 +35,12 @@ QString breakable(QString text)
     return text.replace(longRun, u"\\1\u200b"_s);
 }
 
-/// A row of the game list. Its picture is looked at when the row comes into view: making an icon
-/// reads the file, and a large library has a thousand of them.
-class GameItem : public QListWidgetItem
-{
-public:
-    GameItem(const QString &name, const QString &picture) : QListWidgetItem(name), iconPath(picture)
-    {
-    }
-
-    QVariant data(int role) const override
-    {
-        if (role != Qt::DecorationRole || iconPath.isEmpty())
-            return QListWidgetItem::data(role);
-        if (icon.isNull())
-            icon = QIcon(iconPath);
-        return icon;
-    }
-
-private:
-    QString iconPath;
-    mutable QIcon icon;
-};
-
 } // namespace
 
 MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
 {
     setWindowTitle(u"Marrowpulse"_s);
-    resize(900, 620);
+    resize(QSize(900, 620).boundedTo(screen()->availableSize()));
     libraryPrefix = launch::readLibraryPrefix();
     losslessPath = steam::findLosslessScalingDll();
     lsfgAvailable = !losslessPath.isEmpty();
@@ -69,6 +48,7 @@ MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
     buildUi();
     populateGpuPanel();
     reloadGames();
+    gameList->setFocus();
 }
 
 QString MainWindow::desiredLaunchOptions(const steam::GameEntry &game) const
@@ -96,6 +76,31 @@ void MainWindow::closeEvent(QCloseEvent *event)
 bool MainWindow::isBusy() const
 {
     return applying || QApplication::activeModalWidget();
+}
+
+void MainWindow::showEvent(QShowEvent *event)
+{
+    QMainWindow::showEvent(event);
+    if (!event->spontaneous())
+        windowHandle()->installEventFilter(this);
+}
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    // Its frame, which is the window manager's, is known when the window is exposed.
+    if (watched == windowHandle() && event->type() == QEvent::Expose) {
+        windowHandle()->removeEventFilter(this);
+        fitIntoScreen();
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void MainWindow::fitIntoScreen()
+{
+    const QRect room = screen()->availableGeometry();
+    resize(size().boundedTo(room.size().shrunkBy(windowHandle()->frameMargins())));
+    if (!room.contains(frameGeometry()))
+        move(room.topLeft());
 }
 
 void MainWindow::populateGpuPanel()
@@ -158,17 +163,9 @@ void MainWindow::reloadGames()
 
 void MainWindow::addGameItem(const steam::GameEntry &game)
 {
-    const bool enabled = enabledGames.contains(game.appid);
     auto *item = new GameItem(game.name, game.iconPath);
     item->setData(Qt::UserRole, game.appid);
-    item->setCheckState(enabled ? Qt::Checked : Qt::Unchecked);
-    if (!enabled && launch::isUsersOwn(game.launchOptions)) {
-        const QString warning =
-            "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
-            game.launchOptions;
-        item->setToolTip(warning);
-        item->setData(Qt::AccessibleDescriptionRole, warning);
-    }
+    item->setCheckState(enabledGames.contains(game.appid) ? Qt::Checked : Qt::Unchecked);
     gameList->addItem(item);
 }
 
@@ -190,11 +187,34 @@ bool MainWindow::isPending(const steam::GameEntry &game) const
 
 void MainWindow::updatePendingStatus()
 {
-    const auto count = std::count_if(games.cbegin(), games.cend(),
-                                     [this](const auto &game) { return isPending(game); });
+    const QSignalBlocker silence(gameList); // nobody ticks here
+    int count = 0;
+    for (int row = 0; row < games.size(); ++row) {
+        const bool pending = isPending(games[row]);
+        renewRow(row, pending);
+        count += pending;
+    }
     applyButton->setEnabled(count >= 1);
     statusLabel->setText(
         count == 0
             ? u"No pending changes."_s
             : u"%1 game(s) with pending changes. Steam must close briefly to apply."_s.arg(count));
+    showPreview();
+}
+
+/// Shows what is known of the game in its row: whether it is pending, and the options of its own
+/// that a tick would replace.
+void MainWindow::renewRow(int row, bool isPending)
+{
+    const steam::GameEntry &game = games[row];
+    QVariant warning;
+    if (!enabledGames.contains(game.appid) && !game.launchOptions.isEmpty() &&
+        !launch::isOwnLaunchOptions(game.launchOptions))
+        warning =
+            "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
+            game.launchOptions;
+    QListWidgetItem *item = gameList->item(row);
+    item->setData(GameItem::PendingRole, isPending);
+    item->setData(Qt::ToolTipRole, warning);
+    item->setData(Qt::AccessibleDescriptionRole, warning);
 }

@@ -41,6 +41,8 @@ public:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     using StagedChange = steam::LaunchOptionsChange;
@@ -54,11 +56,13 @@ private:
     void connectControls();
 
     // Start-up and state: mainwindow.cpp
+    void fitIntoScreen();
     void populateGpuPanel();
     void reloadGames();
     void addGameItem(const steam::GameEntry &game);
     const steam::GameEntry *currentGame() const;
     void updatePendingStatus();
+    void renewRow(int row, bool isPending);
     bool isPending(const steam::GameEntry &game) const;
     bool isBusy() const;
 
@@ -67,10 +71,14 @@ private:
     void showGameSettings();
     void onControlsEdited();
     void onGameItemChanged(QListWidgetItem *item);
+    void tickRowsOf(const QString &appid, Qt::CheckState state);
     void openAdvanced();
     void enableDependentControls(const launch::GameSettings &settings);
+    void showRefusedSizes(const launch::GameSettings &settings);
+    void showPreview();
     QString frameCapLabelText() const;
-    static void parseResolution(const QString &text, int &width, int &height);
+    /// Whether the text is a size that is accepted; only then the size is put into the last two.
+    static bool parseResolution(const QString &text, int &width, int &height);
 
     // Applying: mainwindow_apply.cpp
     QList<StagedChange> stageChanges() const;

@@ -2,6 +2,7 @@
 #include "app/mainwindow.h"
 
 #include "app/busydialog.h"
+#include "app/messages.h"
 #include "app/waitcursor.h"
 #include "launch/launchoptions.h"
 #include "launch/settingsstore.h"
@@ -11,7 +12,8 @@
 #include "steam/steamprocess.h"
 
 #include <QCoreApplication>
-#include <QMessageBox>
+#include <QListWidget>
+#include <QScopeGuard>
 #include <QScopedValueRollback>
 
 #include <algorithm>
@@ -26,16 +28,6 @@ namespace
 
 constexpr int steamExitSeconds = 90;
 
-void warn(QWidget *parent, const QString &text)
-{
-    QMessageBox::warning(parent, u"Marrowpulse"_s, text);
-}
-
-bool ask(QWidget *parent, const QString &text)
-{
-    return QMessageBox::question(parent, u"Marrowpulse"_s, text) == QMessageBox::Yes;
-}
-
 } // namespace
 
 void MainWindow::apply()
@@ -43,6 +35,7 @@ void MainWindow::apply()
     if (isBusy())
         return;
     const QScopedValueRollback<bool> busy(applying, true);
+    const auto focus = qScopeGuard([this] { gameList->setFocus(); }); // not on the next control
     const QString vdf = steam::localConfigPath();
     if (vdf.isEmpty()) {
         warn(this, u"Could not find Steam's localconfig.vdf."_s);

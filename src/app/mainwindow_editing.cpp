@@ -10,6 +10,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QListWidget>
+#include <QSignalBlocker>
 
 using namespace Qt::StringLiterals;
 
@@ -21,6 +22,7 @@ void MainWindow::onGameSelected()
     if (!game) {
         settingsGroup->setEnabled(false);
         settingsGroup->setTitle(u"Game settings"_s);
+        showPreview();
         return;
     }
     settingsGroup->setEnabled(enabledGames.contains(game->appid));
@@ -40,6 +42,7 @@ void MainWindow::showGameSettings()
     upscalingCheck->setChecked(settings.upscaling);
     renderResCombo->showResolution(settings.renderW, settings.renderH);
     outputResCombo->showResolution(settings.outputW, settings.outputH);
+    showRefusedSizes(settings);
     framegenCheck->setChecked(settings.framegen);
     methodCombo->setCurrentIndex(settings.fgbackend == 1 && lsfgAvailable ? 1 : 0);
     holdbackCombo->setCurrentIndex(settings.holdback == 2 ? 1 : 0);
@@ -47,7 +50,7 @@ void MainWindow::showGameSettings()
     frameCapCheck->setText(frameCapLabelText());
     frameCapCheck->setChecked(settings.framecap);
     loading = false;
-    previewLabel->setText(desiredLaunchOptions(*game));
+    showPreview();
 }
 
 void MainWindow::onControlsEdited()
@@ -64,7 +67,7 @@ void MainWindow::onControlsEdited()
     settings.holdback = holdbackCombo->currentIndex() == 1 ? 2 : 1;
     settings.framecap = frameCapCheck->isChecked();
     enableDependentControls(settings);
-    previewLabel->setText(desiredLaunchOptions(*game));
+    showRefusedSizes(settings);
     updatePendingStatus();
 }
 
@@ -77,9 +80,20 @@ void MainWindow::onGameItemChanged(QListWidgetItem *item)
         enabledGames.insert(appid);
     else
         enabledGames.remove(appid);
+    tickRowsOf(appid, item->checkState());
     gameList->setCurrentItem(item);
     onGameSelected();
     updatePendingStatus();
+}
+
+/// Gives every row of a game the same tick: it has one for each library that holds it.
+void MainWindow::tickRowsOf(const QString &appid, Qt::CheckState state)
+{
+    const QSignalBlocker silence(gameList);
+    for (int row = 0; row < gameList->count(); ++row) {
+        if (gameList->item(row)->data(Qt::UserRole) == appid)
+            gameList->item(row)->setCheckState(state);
+    }
 }
 
 void MainWindow::openAdvanced()
@@ -103,6 +117,25 @@ void MainWindow::enableDependentControls(const launch::GameSettings &settings)
     holdbackCombo->setEnabled(settings.framegen);
 }
 
+/// A size that is typed and is not the one in force is shown as refused.
+void MainWindow::showRefusedSizes(const launch::GameSettings &settings)
+{
+    const auto show = [](ResolutionBox *box, int width, int height) {
+        int shownWidth = width;
+        int shownHeight = height;
+        const bool isSize = parseResolution(box->currentText(), shownWidth, shownHeight);
+        box->setRefused(!isSize && box->currentText() != u"%1x%2"_s.arg(width).arg(height));
+    };
+    show(renderResCombo, settings.renderW, settings.renderH);
+    show(outputResCombo, settings.outputW, settings.outputH);
+}
+
+void MainWindow::showPreview()
+{
+    const steam::GameEntry *game = currentGame();
+    previewLabel->setText(game ? desiredLaunchOptions(*game) : QString());
+}
+
 QString MainWindow::frameCapLabelText() const
 {
     const steam::GameEntry *game = currentGame();
@@ -111,15 +144,16 @@ QString MainWindow::frameCapLabelText() const
     return u"Limit frame rate to %1 fps (smoother)"_s.arg(cap);
 }
 
-void MainWindow::parseResolution(const QString &text, int &width, int &height)
+bool MainWindow::parseResolution(const QString &text, int &width, int &height)
 {
     const QStringList parts = text.trimmed().split(u'x');
     if (parts.size() != 2)
-        return;
+        return false;
     const int w = parts[0].toInt(); // 0 for what is no number
     const int h = parts[1].toInt();
-    if (w >= 320 && w <= 7680 && h >= 200 && h <= 4320) {
-        width = w;
-        height = h;
-    }
+    if (w < 320 || w > 7680 || h < 200 || h > 4320)
+        return false;
+    width = w;
+    height = h;
+    return true;
 }

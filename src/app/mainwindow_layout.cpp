@@ -4,6 +4,8 @@
 #include "app/choicebox.h"
 #include "app/gamedelegate.h"
 #include "app/gamegroup.h"
+#include "app/labelcolumn.h"
+#include "app/previewlabel.h"
 #include "app/resolutionbox.h"
 #include "app/widgets.h"
 
@@ -14,7 +16,6 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
-#include <QScrollArea>
 #include <QSplitter>
 #include <QStandardItemModel>
 
@@ -26,17 +27,13 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Wraps the preview, so that however long it is it takes the room that is left and no more.
-QScrollArea *newPreviewArea(QLabel *preview)
+/// A column whose parts stand closer than the style has them: what it saves is the preview's.
+QVBoxLayout *newColumn(QWidget *parent, int margin)
 {
-    auto *area = new QScrollArea;
-    area->setFrameShape(QFrame::NoFrame);
-    area->setFocusPolicy(Qt::NoFocus);
-    area->setWidgetResizable(true);
-    area->setWidget(preview);
-    area->viewport()->setAutoFillBackground(false);
-    preview->setAutoFillBackground(false);
-    return area;
+    auto *layout = new QVBoxLayout(parent);
+    layout->setContentsMargins(margin, margin, margin, margin);
+    layout->setSpacing(4);
+    return layout;
 }
 
 } // namespace
@@ -45,7 +42,7 @@ void MainWindow::buildUi()
 {
     auto *central = new QWidget;
     setCentralWidget(central);
-    auto *layout = new QVBoxLayout(central);
+    QVBoxLayout *layout = newColumn(central, 6);
     buildGpuGroup(layout);
     buildGameArea(layout);
     buildBottomRow(layout);
@@ -56,13 +53,13 @@ void MainWindow::buildGpuGroup(QVBoxLayout *layout)
 {
     auto *group = new QGroupBox(u"GPUs"_s);
     layout->addWidget(group);
-    auto *groupLayout = new QVBoxLayout(group);
+    QVBoxLayout *groupLayout = newColumn(group, 4);
     gpuLabel = named(new QLabel, u"gpuLabel"_s);
     gpuLabel->setWordWrap(true);
     gpuLabel->setMinimumWidth(1); // a long name must not widen the window
     groupLayout->addWidget(gpuLabel);
     renderGpuCombo = named(new ChoiceBox, u"renderGpuCombo"_s);
-    addLabelledRow(groupLayout, u"Rendering GPU:"_s, renderGpuCombo, 1);
+    LabelColumn().addRow(groupLayout, u"Rendering GPU:"_s, renderGpuCombo, 1);
 }
 
 void MainWindow::buildGameArea(QVBoxLayout *layout)
@@ -86,14 +83,15 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
 void MainWindow::buildSettingsGroup()
 {
     settingsGroup = named(new GameGroup, u"settingsGroup"_s);
-    auto *layout = new QVBoxLayout(settingsGroup);
+    QVBoxLayout *layout = newColumn(settingsGroup, 4);
+    LabelColumn boxes;
 
     upscalingCheck = named(new QCheckBox(u"Upscaling (FSR)"_s), u"upscalingCheck"_s);
     layout->addWidget(upscalingCheck);
     renderResCombo = named(new ResolutionBox, u"renderResCombo"_s);
-    addLabelledRow(layout, u"Render resolution:"_s, renderResCombo, 1);
+    boxes.addRow(layout, u"Render resolution:"_s, renderResCombo, 1);
     outputResCombo = named(new ResolutionBox, u"outputResCombo"_s);
-    addLabelledRow(layout, u"Output resolution:"_s, outputResCombo, 1);
+    boxes.addRow(layout, u"Output resolution:"_s, outputResCombo, 1);
 
     framegenCheck = named(new QCheckBox(u"Frame generation"_s), u"framegenCheck"_s);
     layout->addWidget(framegenCheck);
@@ -106,24 +104,21 @@ void MainWindow::buildSettingsGroup()
         lsfg->setToolTip(
             u"Lossless Scaling not found. Install it on Steam to enable LSFG frame generation."_s);
     }
-    addLabelledRow(layout, u"Method:"_s, methodCombo, 1);
+    boxes.addRow(layout, u"Method:"_s, methodCombo, 1);
     holdbackCombo = named(new ChoiceBox, u"holdbackCombo"_s);
     holdbackCombo->addItems({u"1 frame (low latency)"_s,
                              u"2 frames (smoother when fps dips below ~30, +1 frame latency)"_s});
-    addLabelledRow(layout, u"Hold-back:"_s, holdbackCombo, 1);
+    boxes.addRow(layout, u"Hold-back:"_s, holdbackCombo, 1);
 
     frameCapCheck = named(new QCheckBox, u"frameCapCheck"_s);
     frameCapCheck->setToolTip(
         u"Frame generation interpolates between the frames the game produces, so it works best when those arrive at a steady rate. Capping the game below your display's refresh rate is the biggest smoothness improvement available, and for games with no frame rate limit of their own it is the only way to get one. The cost is slightly more input delay. Use the gear button to set an exact value."_s);
     layout->addWidget(frameCapCheck);
 
-    previewLabel = named(new QLabel, u"previewLabel"_s);
-    previewLabel->setTextFormat(Qt::PlainText); // launch options may look like markup
-    previewLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    previewLabel->setWordWrap(true);
-    previewLabel->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    previewLabel->setStyleSheet(u"color: gray; font-size: 8pt;"_s);
-    layout->addWidget(newPreviewArea(previewLabel), 1);
+    auto *preview = named(new PreviewLabel, u"previewLabel"_s);
+    preview->setStyleSheet(u"color: gray; font-size: 8pt;"_s);
+    previewLabel = preview;
+    layout->addWidget(new PreviewArea(preview));
 
     layout->addStretch(0);
     auto *advancedRow = new QHBoxLayout;

@@ -2,7 +2,10 @@
 #include "app/resolutionbox.h"
 
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QWheelEvent>
+
+#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -12,6 +15,32 @@ namespace
 int widthOf(const QString &resolution)
 {
     return resolution.trimmed().section(u'x', 0, 0).toInt();
+}
+
+/// From 0 for black to 1 for white, by WCAG 2's definition of relative luminance.
+double luminance(const QColor &colour)
+{
+    const auto linear = [](double part) {
+        return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF()) +
+           0.0722 * linear(colour.blueF());
+}
+
+/// The red nearest to a plain one that can be read on the ground, with a contrast of 5 to 1 where
+/// there is one; above the 4.5 that WCAG 2 asks for, since the colours of a screen are rounded.
+QColor legibleRed(const QColor &ground)
+{
+    const double groundLuminance = luminance(ground);
+    const bool darker = groundLuminance > 0.18; // where black and white can be read as well
+    for (int lightness = 128;; lightness += darker ? -4 : 4) {
+        const QColor red = QColor::fromHsl(0, 220, lightness);
+        const double redLuminance = luminance(red);
+        const double contrast = darker ? (groundLuminance + 0.05) / (redLuminance + 0.05)
+                                       : (redLuminance + 0.05) / (groundLuminance + 0.05);
+        if (contrast >= 5 || lightness == 0 || lightness >= 252)
+            return red;
+    }
 }
 
 } // namespace
@@ -30,6 +59,31 @@ void ResolutionBox::showResolution(int width, int height)
     const QString text = u"%1x%2"_s.arg(width).arg(height);
     setCurrentIndex(findText(text));
     setEditText(text);
+}
+
+void ResolutionBox::setRefused(bool isRefused)
+{
+    if (refused == isRefused)
+        return;
+    refused = isRefused;
+    colourText();
+}
+
+void ResolutionBox::colourText()
+{
+    QPalette own; // what it does not set is the box's
+    if (refused)
+        own.setColor(QPalette::Text, legibleRed(palette().color(QPalette::Base)));
+    lineEdit()->setPalette(own);
+}
+
+void ResolutionBox::changeEvent(QEvent *event)
+{
+    ChoiceBox::changeEvent(event);
+    const bool hasOtherGround =
+        event->type() == QEvent::PaletteChange || event->type() == QEvent::EnabledChange;
+    if (refused && hasOtherGround)
+        colourText();
 }
 
 void ResolutionBox::keyPressEvent(QKeyEvent *event)

@@ -13,16 +13,21 @@ class ResolutionBox : public ChoiceBox
 public:
     ResolutionBox();
     void showResolution(int width, int height);
+    /// Shows the text in red while it is not the size in force.
+    void setRefused(bool isRefused);
 
 protected:
+    void changeEvent(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
 
 private:
+    void colourText();
     void stepToLarger();
     void stepToSmaller();
     void choose(int index);
     int firstNotLarger() const;
 
     int wheelRest = 0; ///< turned since the last step, in eighths of a degree
+    bool refused = false;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "journey.h"
 
+#include "app/gameitem.h"
+
 using namespace Qt::StringLiterals;
 
 // Everything that is seen after a step of a journey, beside what the model says.
@@ -44,6 +46,9 @@ void compareList(Comparison &compare, const QListWidget *list, const model::Wind
         compare.text(name + "app id"_L1, item->data(Qt::UserRole).toString(), row.appid);
         compare.flag(name + "ticked"_L1, item->checkState() == Qt::Checked, row.ticked);
         compare.text(name + "tool tip"_L1, item->toolTip(), row.toolTip);
+        compare.text(name + "description"_L1, item->data(Qt::AccessibleDescriptionRole).toString(),
+                     row.toolTip);
+        compare.flag(name + "pending"_L1, item->data(GameItem::PendingRole).toBool(), row.pending);
     }
 }
 

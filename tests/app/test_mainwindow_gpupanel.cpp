@@ -137,6 +137,17 @@ private Q_SLOTS:
         QVERIFY(!user.applyButton->isEnabled());
     }
 
+    void thePreviewFollowsTheRenderingGpu()
+    {
+        const PlayersMachine machine;
+        machine.addSecondGpu();
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        QVERIFY(user.previewLabel->text().contains(" DRI_PRIME=10de:2684 "_L1));
+        user.choose(user.renderGpuCombo, 0);
+        QCOMPARE(user.previewLabel->text(), defaultOptions);
+    }
+
     void panelIsFilledOnceAtStart()
     {
         const PlayersMachine machine;

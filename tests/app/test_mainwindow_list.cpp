@@ -93,21 +93,6 @@ private Q_SLOTS:
         QTEST(user.item(u"Alpha"_s)->toolTip(), "expected");
     }
 
-    void toolTipFollowsTheMarkAtTheNextRefresh()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-windowed"_s}});
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        user.click(user.refreshButton);
-        QCOMPARE(user.item(u"Alpha"_s)->toolTip(), QString());
-        user.toggle(u"Alpha"_s);
-        user.click(user.refreshButton);
-        QCOMPARE(
-            user.item(u"Alpha"_s)->toolTip(),
-            u"Has custom launch options; enabling will replace them (restored on disable):\n-windowed"_s);
-    }
-
     void rowsHaveOneHeightAndRoomForThePicture()
     {
         const PlayersMachine machine;
@@ -263,6 +248,7 @@ private Q_SLOTS:
         user.click(user.refreshButton);
         QCOMPARE(user.settingsGroup->title(), u"Game settings"_s);
         QVERIFY(!user.settingsGroup->isEnabled());
+        QCOMPARE(user.previewLabel->text(), QString());
     }
 
     void aGameThatComesBackHasItsUnsavedChanges()
@@ -316,6 +302,36 @@ private Q_SLOTS:
         user.click(user.refreshButton);
         QCOMPARE(shapes, QList<Qt::CursorShape>{Qt::WaitCursor});
         QVERIFY(!QGuiApplication::overrideCursor());
+    }
+
+    void bothRowsOfAGameInTwoLibrariesHaveItsTick_data()
+    {
+        QTest::addColumn<int>("clicked");
+        QTest::newRow("the first is clicked") << 0;
+        QTest::newRow("the second is clicked") << 1;
+    }
+    void bothRowsOfAGameInTwoLibrariesHaveItsTick()
+    {
+        QFETCH(const int, clicked);
+        PlayersMachine machine;
+        const QString second = machine.addLibrary(u"Games"_s);
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        machine.addGame(u"100"_s, u"Alpha"_s, second);
+        WindowUser user;
+        user.selectRow(2);
+        for (const Qt::CheckState state : {Qt::Checked, Qt::Unchecked}) {
+            user.toggleRow(clicked);
+            QCOMPARE(user.gameList->item(0)->checkState(), state);
+            QCOMPARE(user.gameList->item(1)->checkState(), state);
+            QCOMPARE(user.gameList->item(2)->checkState(), Qt::Unchecked);
+            QCOMPARE(user.gameList->currentRow(), clicked);
+            QCOMPARE(user.settingsGroup->isEnabled(), state == Qt::Checked);
+            // By the keyboard from here on.
+            QTest::keyClick(user.gameList, Qt::Key_Space);
+            QCOMPARE(user.gameList->item(1 - clicked)->checkState(),
+                     state == Qt::Checked ? Qt::Unchecked : Qt::Checked);
+            QTest::keyClick(user.gameList, Qt::Key_Space);
+        }
     }
 
     void aGameInTwoLibrariesIsListedTwice()

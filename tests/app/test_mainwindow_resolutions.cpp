@@ -5,6 +5,9 @@
 #include <QTest>
 #include <QWheelEvent>
 
+#include <cmath>
+#include <functional>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -16,6 +19,22 @@ QString sizes(const WindowUser &user)
     const QString preview = user.previewLabel->text();
     const auto from = preview.indexOf("-w "_L1);
     return preview.mid(from, preview.indexOf(" -F fsr"_L1) - from);
+}
+
+/// WCAG 2's contrast ratio.
+double contrast(const QColor &one, const QColor &other)
+{
+    const auto luminance = [](const QColor &colour) {
+        const auto part = [](int value) {
+            const double c = value / 255.0;
+            return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * part(colour.red()) + 0.7152 * part(colour.green()) +
+               0.0722 * part(colour.blue());
+    };
+    const double a = luminance(one) + 0.05;
+    const double b = luminance(other) + 0.05;
+    return a > b ? a / b : b / a;
 }
 
 } // namespace
@@ -67,6 +86,99 @@ private Q_SLOTS:
         user.type(user.renderResCombo, typed);
         QCOMPARE(user.renderResCombo->currentText(), typed);
         QCOMPARE(sizes(user), expected);
+    }
+
+    void aSizeThatIsNotTakenIsRedUntilItIs_data()
+    {
+        QTest::addColumn<bool>("isDark");
+        QTest::addColumn<QString>("box");
+        for (const char *box : {"renderResCombo", "outputResCombo"}) {
+            QTest::addRow("light, %s", box) << false << QString::fromLatin1(box);
+            QTest::addRow("dark, %s", box) << true << QString::fromLatin1(box);
+        }
+    }
+    void aSizeThatIsNotTakenIsRedUntilItIs()
+    {
+        QFETCH(const bool, isDark);
+        QFETCH(const QString, box);
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        WindowUser user;
+        auto *combo = user.window.findChild<QComboBox *>(box);
+        const auto colour = [&] { return combo->lineEdit()->palette().color(QPalette::Text); };
+        const auto isLegibleRed = [&] {
+            const QColor red = colour();
+            return red.red() > 2 * red.green() - 128 && red.redF() > red.blueF() &&
+                   contrast(red, combo->lineEdit()->palette().color(QPalette::Base)) >= 4.5;
+        };
+        QPalette palette = user.window.palette();
+        if (isDark) {
+            palette.setColor(QPalette::Base, QColor(35, 35, 35));
+            palette.setColor(QPalette::Text, Qt::white);
+            user.window.setPalette(palette);
+        }
+        const QColor plain = colour();
+        user.type(combo, u"300x20"_s);
+        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
+        QTest::keyClicks(combo->lineEdit(), u"0"_s);
+        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
+        user.type(combo, u"2560x"_s);
+        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
+        // Another theme meanwhile.
+        palette.setColor(QPalette::Base, isDark ? Qt::white : QColor(35, 35, 35));
+        user.window.setPalette(palette);
+        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
+        palette.setColor(QPalette::Base, isDark ? QColor(35, 35, 35) : Qt::white);
+        user.window.setPalette(palette);
+
+        QTest::keyClicks(combo->lineEdit(), u"144"_s); // too low
+        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
+        QTest::keyClicks(combo->lineEdit(), u"0"_s);
+        QCOMPARE(colour(), plain);
+    }
+
+    void aSizeThatIsTakenHasThePlainColour_data()
+    {
+        using Step = std::function<void(WindowUser &)>;
+        QTest::addColumn<Step>("step");
+        QTest::newRow("it is completed") << Step(
+            [](WindowUser &user) { QTest::keyClicks(user.renderResCombo->lineEdit(), u"1440"_s); });
+        QTest::newRow("a key steps on")
+            << Step([](WindowUser &user) { QTest::keyClick(user.renderResCombo, Qt::Key_Down); });
+        QTest::newRow("an item is chosen")
+            << Step([](WindowUser &user) { user.choose(user.renderResCombo, 3); });
+        QTest::newRow("another game is selected")
+            << Step([](WindowUser &user) { user.select(u"Beta"_s); });
+    }
+    void aSizeThatIsTakenHasThePlainColour()
+    {
+        QFETCH(const std::function<void(WindowUser &)>, step);
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        WindowUser user;
+        const auto colour = [&] {
+            return user.renderResCombo->lineEdit()->palette().color(QPalette::Text);
+        };
+        const QColor plain = colour();
+        user.type(user.renderResCombo, u"2560x"_s);
+        QVERIFY(colour() != plain);
+        step(user);
+        QCOMPARE(colour(), plain);
+    }
+
+    void aStoredSizeThatIsInForceIsNotRed()
+    {
+        const PlayersMachine machine;
+        machine.storeValues({{u"config/100/framegen"_s, u"true"_s}}); // no size: 0x0
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        QCOMPARE(user.outputResCombo->currentText(), u"0x0"_s);
+        user.click(user.framegenCheck);
+        QCOMPARE(user.outputResCombo->lineEdit()->palette().color(QPalette::Text),
+                 user.holdbackCombo->palette().color(QPalette::Active, QPalette::Text));
     }
 
     void aHalfTypedSizeLeavesTheLastValidOneInForce()

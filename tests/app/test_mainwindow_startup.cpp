@@ -125,11 +125,36 @@ private Q_SLOTS:
                 found->buddy()->mapTo(&user.window, QPoint()).x());
     }
 
-    void labelsTakeNoMoreRoomThanTheirText()
+    void theBoxesOfTheSettingsHaveOneLeftEdge()
     {
         const PlayersMachine machine;
         const WindowUser user;
-        QCOMPARE(spareWidthsOfLabels(user.window), QList<int>(5, 0));
+        QMap<QString, int> edges = leftEdgesOfBoxes(user.window);
+        edges.remove(u"renderGpuCombo"_s); // stands alone, above
+        const int edge = edges.value(u"renderResCombo"_s);
+        QCOMPARE(edges, (QMap<QString, int>{{u"renderResCombo"_s, edge},
+                                            {u"outputResCombo"_s, edge},
+                                            {u"methodCombo"_s, edge},
+                                            {u"holdbackCombo"_s, edge}}));
+        // The widest label has no more room than it needs, nor has the one of the GPUs.
+        QCOMPARE(spareWidthsOfLabels(user.window).count(0), 2);
+    }
+
+    void theLeastHeightLeavesRoomOnASmallScreen()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, QString(900, u'e')}});
+        WindowUser user;
+        user.window.resize(900, 100);
+        QTRY_VERIFY(user.window.height() < 620);
+        QVERIFY2(user.window.height() <= 440, QByteArray::number(user.window.height()));
+        // The preview gave way, and nothing else.
+        for (const QWidget *widget :
+             QList<const QWidget *>{user.upscalingCheck, user.renderResCombo, user.outputResCombo,
+                                    user.framegenCheck, user.methodCombo, user.holdbackCombo,
+                                    user.frameCapCheck, user.advancedButton, user.applyButton})
+            QVERIFY2(widget->height() >= widget->minimumSizeHint().height(),
+                     qPrintable(widget->objectName()));
     }
 
     void groupOfGpusIsTitled()

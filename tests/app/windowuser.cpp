@@ -4,12 +4,14 @@
 #include "support/samplesteam.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWheelEvent>
 
 using namespace Qt::StringLiterals;
 
@@ -159,6 +161,28 @@ void WindowUser::type(QComboBox *combo, const QString &text)
     if (text.isEmpty())
         QTest::keyClick(combo->lineEdit(), Qt::Key_Delete);
     QTest::keyClicks(combo->lineEdit(), text);
+}
+
+void turnWheelOver(QWidget *widget)
+{
+    const QPoint place = widget->rect().center();
+    QWidget *child = widget->childAt(place);
+    QWidget *receiver = child ? child : widget;
+    QWheelEvent event(receiver->mapFrom(widget, place), widget->mapToGlobal(place), {}, {0, -120},
+                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QSpontaneKeyEvent::setSpontaneous(&event); // from a device, so that it may take the focus
+    qApp->notify(receiver, &event);
+}
+
+QMap<QString, int> leftEdgesOfBoxes(const QWidget &window)
+{
+    QMap<QString, int> edges;
+    for (const QLabel *label : window.findChildren<QLabel *>()) {
+        if (label->buddy())
+            edges.insert(label->buddy()->objectName(),
+                         label->buddy()->mapTo(&window, QPoint()).x());
+    }
+    return edges;
 }
 
 QList<int> spareWidthsOfLabels(const QWidget &window)

@@ -101,5 +101,10 @@ private:
     }
 };
 
-/// By how much the label of each control is wider than its text needs.
+/// Turns the wheel over the middle of a widget as a mouse does: one notch, towards the user.
+void turnWheelOver(QWidget *widget);
+
+/// Where the box of each label starts, from the left of the window.
+QMap<QString, int> leftEdgesOfBoxes(const QWidget &window);
+/// By how much each label is wider than its text needs.
 QList<int> spareWidthsOfLabels(const QWidget &window);

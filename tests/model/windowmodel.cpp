@@ -146,12 +146,7 @@ void Window::refresh()
             if (loaded.enabled)
                 enabled.insert(game.appid);
         }
-        Row row{game.appid, game.name, enabled.count(game.appid) > 0, ""};
-        if (!row.ticked && game.options != "" && !isOwn(game.options))
-            row.toolTip = "Has custom launch options; enabling will replace them (restored on "
-                          "disable):\n" +
-                          game.options;
-        rows.push_back(row);
+        rows.push_back({game.appid, game.name, enabled.count(game.appid) > 0, "", false});
     }
 
     currentRow = rows.empty() ? -1 : 0;
@@ -169,6 +164,7 @@ void Window::showCurrentGame()
     if (!game) {
         shown.groupEnabled = false;
         shown.groupTitle = "Game settings";
+        shown.preview = "";
         return;
     }
     const LaunchSettings &record = records.at(game->appid);
@@ -209,15 +205,26 @@ void Window::edited()
     shown.renderSizeEnabled = shown.upscaling;
     shown.methodEnabled = shown.framegen;
     shown.holdbackEnabled = shown.framegen;
-    shown.preview = desired(*game);
     countPending();
 }
 
 void Window::countPending()
 {
-    const auto count = std::count_if(games.begin(), games.end(), [this](const Game &game) {
-        return desired(game) != game.options;
-    });
+    int count = 0;
+    for (std::size_t i = 0; i < games.size(); ++i) {
+        const Game &game = games[i];
+        Row &row = rows[i];
+        row.ticked = enabled.count(game.appid) > 0;
+        row.toolTip = "";
+        if (!row.ticked && game.options != "" && !isOwn(game.options))
+            row.toolTip = "Has custom launch options; enabling will replace them (restored on "
+                          "disable):\n" +
+                          game.options;
+        row.pending = desired(game) != game.options;
+        count += row.pending ? 1 : 0;
+    }
+    if (const Game *game = currentGame())
+        shown.preview = desired(*game);
     shown.applyEnabled = count > 0;
     shown.status = count == 0 ? "No pending changes."
                               : std::to_string(count) + " game(s) with pending changes. Steam must "
@@ -235,12 +242,9 @@ void Window::select(int row)
 void Window::toggle(int row)
 {
     currentRow = row;
-    Row &toggled = rows[static_cast<std::size_t>(row)];
-    toggled.ticked = !toggled.ticked;
-    if (toggled.ticked)
-        enabled.insert(toggled.appid);
-    else
-        enabled.erase(toggled.appid);
+    const std::string &appid = rows[static_cast<std::size_t>(row)].appid;
+    if (enabled.erase(appid) == 0)
+        enabled.insert(appid);
     showCurrentGame();
     countPending();
 }

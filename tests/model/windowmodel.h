@@ -59,6 +59,7 @@ struct Row {
     std::string name;
     bool ticked = false;
     std::string toolTip;
+    bool pending = false;
 };
 
 /// The controls beside and below the list. Those of the group can be used while the group is

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#include "app/gameitem.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+#include <QListWidget>
+
+namespace
+{
+
+/// The bytes of a picture's file; empty for what is no file or larger than any real picture.
+QByteArray pictureBytes(const QString &path)
+{
+    constexpr qint64 most = 32 << 20;
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+        return {};
+    const QByteArray bytes = file.read(most + 1);
+    return bytes.size() > most ? QByteArray() : bytes;
+}
+
+/// The picture as it is shown in `box` points on a screen of `scale` pixels a point: its shape
+/// kept, made smaller where it is larger than the box, never larger.
+QPixmap readPicture(const QString &path, QSize box, qreal scale)
+{
+    QByteArray bytes = pictureBytes(path);
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer);
+    const QSize whole = reader.size();
+    if (whole.isEmpty())
+        return {};
+    const QSizeF points = whole.width() <= box.width() && whole.height() <= box.height()
+                              ? QSizeF(whole)
+                              : QSizeF(whole).scaled(box, Qt::KeepAspectRatio);
+    reader.setScaledSize((points * scale).toSize().expandedTo({1, 1}));
+    QPixmap picture = QPixmap::fromImageReader(&reader);
+    picture.setDevicePixelRatio(scale);
+    return picture;
+}
+
+} // namespace
+
+GameItem::GameItem(const QString &name, const QString &picture)
+    : QListWidgetItem(name), picturePath(picture)
+{
+}
+
+QVariant GameItem::data(int role) const
+{
+    if (role != Qt::DecorationRole || picturePath.isEmpty())
+        return QListWidgetItem::data(role);
+    const QListWidget *list = listWidget();
+    const qreal scale = list->devicePixelRatioF();
+    if (readScale != scale) {
+        readScale = scale;
+        const QPixmap picture = readPicture(picturePath, list->iconSize(), scale);
+        icon = QIcon();
+        // Selected rows show it in its own colours, too.
+        for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Selected})
+            icon.addPixmap(picture, mode);
+    }
+    return icon;
+}

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#include "app/messages.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// Room for the frame that the window manager puts around the box.
+constexpr QSize frame(16, 64);
+
+/// Puts the box's text into a scrolled part where the box would be taller than the screen. The box
+/// takes its size from its layout when it is shown.
+void scrollTallText(QMessageBox &box)
+{
+    auto *label = box.findChild<QLabel *>(u"qt_msgbox_label"_s);
+    auto *grid = qobject_cast<QGridLayout *>(box.layout());
+    const int place = label && grid ? grid->indexOf(label) : -1;
+    if (place < 0)
+        return;
+    const QSize room = box.screen()->availableSize() - frame;
+    const QSize others = box.sizeHint() - label->sizeHint();
+    label->setWordWrap(false);
+    QSize text = label->sizeHint();
+    const QSize most = room - others;
+    if (text.width() > most.width()) {
+        label->setWordWrap(true);
+        text = {most.width(), label->heightForWidth(most.width())};
+    }
+    if (text.height() <= most.height())
+        return;
+
+    int row = 0;
+    int column = 0;
+    int rows = 0;
+    int columns = 0;
+    grid->getItemPosition(place, &row, &column, &rows, &columns);
+    auto *area = new QScrollArea;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    grid->removeWidget(label);
+    area->setWidget(label);
+    area->viewport()->setAutoFillBackground(false);
+    label->setAutoFillBackground(false);
+    label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    const int bar = area->verticalScrollBar()->sizeHint().width();
+    area->setMinimumSize(std::min(text.width() + bar, most.width()), most.height());
+    grid->addWidget(area, row, column, rows, columns);
+}
+
+} // namespace
+
+void warn(QWidget *parent, const QString &text)
+{
+    QMessageBox box(QMessageBox::Warning, u"Marrowpulse"_s, text, QMessageBox::Ok, parent);
+    box.setTextFormat(Qt::PlainText); // names of files may look like markup
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+    scrollTallText(box);
+    box.button(QMessageBox::Ok)->setFocus(); // the text takes it otherwise
+    box.exec();
+}
+
+bool ask(QWidget *parent, const QString &text)
+{
+    return QMessageBox::question(parent, u"Marrowpulse"_s, text) == QMessageBox::Yes;
+}

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+#include "app/messages.h"
+
+#include "modaldialogs.h"
+
+#include <QAbstractButton>
+#include <QClipboard>
+#include <QLabel>
+#include <QMessageBox>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QTest>
+#include <QWidget>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+QString failures(int lines)
+{
+    QString text = u"Some changes failed:"_s;
+    for (int i = 0; i < lines; ++i)
+        text += u"\n%1: post-edit verification failed for %1"_s.arg(1000000 + i * 10);
+    return text;
+}
+
+/// Shows the warning, has it looked at, and says whether it ended by what `look` did.
+bool endsIn(const QString &text, const std::function<void(QMessageBox *)> &look)
+{
+    bool ended = false;
+    const DialogVisit<QMessageBox> visit([&](QMessageBox *box) {
+        box->activateWindow();
+        look(box);
+        ended = QTest::qWaitFor([box] { return !box->isVisible(); }, 1000);
+    });
+    QWidget window;
+    window.show();
+    warn(&window, text);
+    return ended && visit.hasCome();
+}
+
+QLabel *labelOf(const QMessageBox *box)
+{
+    for (auto *label : box->findChildren<QLabel *>()) {
+        if (label->text() == box->text())
+            return label;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+class TestMessages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aTallBoxFitsTheScreen_data()
+    {
+        QTest::addColumn<int>("lines");
+        QTest::newRow("120 lines") << 120;
+        QTest::newRow("1000 lines") << 1000;
+    }
+    void aTallBoxFitsTheScreen()
+    {
+        QFETCH(const int, lines);
+        const QString text = failures(lines);
+        QVERIFY(endsIn(text, [&](QMessageBox *box) {
+            QCOMPARE(box->text(), text);
+            QCOMPARE(box->icon(), QMessageBox::Warning);
+            QCOMPARE(box->buttons().size(), 1);
+            const QRect room = box->screen()->availableGeometry();
+            QVERIFY2(box->frameGeometry().height() <= room.height(),
+                     QByteArray::number(box->frameGeometry().height()));
+            QVERIFY(box->height() > room.height() / 2); // to read in
+            const QAbstractButton *ok = box->button(QMessageBox::Ok);
+            QCOMPARE(ok->visibleRegion().boundingRect(), ok->rect());
+            // Lines are not cut: as wide as the widest, and scrolled in one direction only.
+            const auto *area = box->findChild<QScrollArea *>();
+            QVERIFY(area && area->verticalScrollBar()->isVisible());
+            QVERIFY(!area->horizontalScrollBar()->isVisible());
+            QVERIFY(labelOf(box)->width() >=
+                    labelOf(box)->fontMetrics().horizontalAdvance(text.section(u'\n', 1, 1)));
+            QVERIFY(labelOf(box)->height() >= lines * labelOf(box)->fontMetrics().height());
+            QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
+        }));
+    }
+
+    void aShortBoxIsAsAnyOther()
+    {
+        QSize plain;
+        {
+            QMessageBox box(QMessageBox::Warning, u"Marrowpulse"_s, failures(3), QMessageBox::Ok);
+            box.show();
+            plain = box.size();
+        }
+        QVERIFY(endsIn(failures(3), [&](QMessageBox *box) {
+            QVERIFY(!box->findChild<QScrollArea *>());
+            QCOMPARE(box->size(), plain);
+            QTest::keyClick(box, Qt::Key_Escape);
+        }));
+    }
+
+    void keysEndATallBox_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<bool>("inTheText");
+        QTest::newRow("Return") << Qt::Key_Return << false;
+        QTest::newRow("Esc") << Qt::Key_Escape << false;
+        QTest::newRow("blank") << Qt::Key_Space << false;
+        QTest::newRow("Return in the text") << Qt::Key_Return << true;
+        QTest::newRow("Esc in the text") << Qt::Key_Escape << true;
+    }
+    void keysEndATallBox()
+    {
+        QFETCH(const Qt::Key, key);
+        QFETCH(const bool, inTheText);
+        QVERIFY(endsIn(failures(120), [&](QMessageBox *box) {
+            QVERIFY(QTest::qWaitForWindowActive(box));
+            QCOMPARE(QApplication::focusWidget(), box->button(QMessageBox::Ok));
+            if (inTheText)
+                labelOf(box)->setFocus();
+            QTest::keyClick(QApplication::focusWidget(), key);
+        }));
+    }
+
+    void theKeyboardReachesTheEndOfATallText()
+    {
+        QVERIFY(endsIn(failures(120), [&](QMessageBox *box) {
+            QVERIFY(QTest::qWaitForWindowActive(box));
+            auto *area = box->findChild<QScrollArea *>();
+            for (int i = 0; i < 5 && !area->hasFocus(); ++i)
+                QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            QVERIFY(area->hasFocus());
+            for (int i = 0; i < 40; ++i)
+                QTest::keyClick(area, Qt::Key_PageDown);
+            QCOMPARE(area->verticalScrollBar()->value(), area->verticalScrollBar()->maximum());
+            QTest::keyClick(area, Qt::Key_Return);
+        }));
+    }
+
+    void linesCanBeSelectedAndCopied_data()
+    {
+        QTest::addColumn<int>("lines");
+        QTest::newRow("few") << 3;
+        QTest::newRow("many") << 120;
+    }
+    void linesCanBeSelectedAndCopied()
+    {
+        QFETCH(const int, lines);
+        QGuiApplication::clipboard()->setText(u"before"_s);
+        QVERIFY(endsIn(failures(lines), [&](QMessageBox *box) {
+            QLabel *label = labelOf(box);
+            label->setFocus();
+            QTest::mouseDClick(label, Qt::LeftButton, {}, QPoint(20, label->height() - 5));
+            QVERIFY(label->hasSelectedText());
+            QTest::keyClick(label, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClick(label, Qt::Key_C, Qt::ControlModifier);
+            QCOMPARE(QGuiApplication::clipboard()->text(), failures(lines));
+            QTest::keyClick(label, Qt::Key_Escape);
+        }));
+    }
+
+    void namesThatLookLikeMarkupAreShownAsTheyAre()
+    {
+        const auto text = u"Some changes failed:\n100: could not open <b>x</b>/localconfig.vdf"_s;
+        QVERIFY(endsIn(text, [&](QMessageBox *box) {
+            QCOMPARE(labelOf(box)->textFormat(), Qt::PlainText);
+            QTest::keyClick(box, Qt::Key_Escape);
+        }));
+    }
+};
+
+QTEST_MAIN(TestMessages)
+#include "test_messages.moc"

@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: MIT
+#include "app/previewlabel.h"
+
+#include "windowuser.h"
+
+#include <QBoxLayout>
+#include <QClipboard>
+#include <QImage>
+#include <QScrollBar>
+#include <QTest>
+#include <QWheelEvent>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+int textWidth(const QString &text)
+{
+    return PreviewLabel().fontMetrics().horizontalAdvance(text);
+}
+
+QImage pictureOf(const QString &text, int width)
+{
+    PreviewLabel label;
+    label.setText(text);
+    label.resize(width, label.heightForWidth(width));
+    return label.grab().toImage();
+}
+
+QScrollArea *areaOf(const QLabel *preview)
+{
+    return qobject_cast<QScrollArea *>(preview->parentWidget()->parentWidget());
+}
+
+void drag(QWidget *widget, QPoint from, QPoint to)
+{
+    QTest::mousePress(widget, Qt::LeftButton, {}, from);
+    QTest::mouseMove(widget, to);
+    // Offscreen, the pointer moves without the button.
+    QMouseEvent move(QEvent::MouseMove, to, widget->mapToGlobal(QPointF(to)), Qt::NoButton,
+                     Qt::LeftButton, {});
+    QApplication::sendEvent(widget, &move);
+    QTest::mouseRelease(widget, Qt::LeftButton, {}, to);
+}
+
+} // namespace
+
+class TestPreviewLabel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void linesAreBrokenAtBlanks_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("lines"); // as they are shown
+        QTest::newRow("one that fits") << u"-w 1280"_s << u"-w 1280"_s;
+        // Not behind a hyphen, a slash or an equals sign.
+        QTest::newRow("hyphens") << u"--backend sdl --prefer-vk-device"_s
+                                 << u"--backend sdl \n--prefer-vk-device"_s;
+        QTest::newRow("slashes") << u"LD_PATH=/opt/a /usr/lib/gamescope"_s
+                                 << u"LD_PATH=/opt/a \n/usr/lib/gamescope"_s;
+        QTest::newRow("a run longer than a line")
+            << u"-w "_s + QString(30, u'm') << u"-w \n"_s + QString(30, u'm');
+        QTest::newRow("a line break of its own") << u"-w\n-h"_s << u"-w\n-h"_s;
+        const QString chinese = u"\u4e2d\u6587\u540d\u79f0"_s.repeated(4);
+        QTest::newRow("Chinese") << chinese + u" "_s + chinese << chinese + u" \n"_s + chinese;
+        // A letter and its mark are one column of two characters.
+        const QString marked = u"e\u0301"_s.repeated(14);
+        QTest::newRow("combining marks") << marked + u" "_s + marked << marked + u" \n"_s + marked;
+    }
+    void linesAreBrokenAtBlanks()
+    {
+        QFETCH(const QString, text);
+        QFETCH(const QString, lines);
+        const int width = textWidth(u"--backend sdl --prefer-vk"_s);
+        QCOMPARE(pictureOf(text, width), pictureOf(lines, width));
+    }
+
+    void aRunWithoutBlanksIsBrokenAnywhereAndShownWhole_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("narrow") << QString(900, u'i');
+        QTest::newRow("wide") << QString(900, u'W');
+        QTest::newRow("Chinese") << QString(900, u'\u4e2d');
+    }
+    void aRunWithoutBlanksIsBrokenAnywhereAndShownWhole()
+    {
+        QFETCH(const QString, text);
+        const int width = 300;
+        const QImage picture = pictureOf(text, width);
+        const qreal scale = picture.devicePixelRatio();
+        const PreviewLabel label;
+        const qreal letter = QFontMetricsF(label.font()).horizontalAdvance(text) / 900;
+        // As many lines as hold all letters, each filled but for less than a letter.
+        const int lines = qRound(picture.height() / scale / label.fontMetrics().lineSpacing());
+        const int inLine = qFloor(width / letter);
+        QCOMPARE(lines, (900 + inLine - 1) / inLine);
+    }
+
+    void whatIsCopiedIsThePartOfTheOptions_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("broken anywhere") << QString(900, u'x');
+        QTest::newRow("broken at blanks") << u"--option "_s.repeated(100);
+        QTest::newRow("blanks that do not break") << u"a\u00a0b\tc "_s.repeated(200);
+    }
+    void whatIsCopiedIsThePartOfTheOptions()
+    {
+        QFETCH(const QString, text);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, text}});
+        WindowUser user;
+        user.settingsGroup->setEnabled(true);
+        QLabel *preview = user.previewLabel;
+        QClipboard *clipboard = QGuiApplication::clipboard();
+        clipboard->setText(u"before"_s);
+
+        // From within the second line to within the fifth.
+        const int line = preview->fontMetrics().lineSpacing();
+        drag(preview, {50, line + line / 2}, {120, 4 * line + line / 2});
+        QTest::keyClick(preview, Qt::Key_C, Qt::ControlModifier);
+        const QString part = clipboard->text();
+        QVERIFY(part.size() > 20);
+        QVERIFY(part.size() < text.size());
+        QVERIFY(text.contains(part));
+
+        QTest::keyClick(preview, Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(preview, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(clipboard->text(), text);
+        QCOMPARE(preview->text(), text);
+    }
+
+    void aSelectionIsShownAndGoesWithTheFocus()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        QLabel *preview = user.previewLabel;
+        const QImage before = preview->grab().toImage();
+        drag(preview, {2, 5}, {100, 5});
+        QVERIFY(preview->hasSelectedText());
+        QVERIFY(preview->grab().toImage() != before);
+        user.gameList->setFocus();
+        QVERIFY(!preview->hasSelectedText());
+        QCOMPARE(preview->grab().toImage(), before);
+    }
+
+    void aDoubleClickSelectsOneOption()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        QTest::mouseDClick(user.previewLabel, Qt::LeftButton, {}, QPoint(20, 5));
+        QCOMPARE(user.previewLabel->selectedText(), u"MARROWPULSE=1"_s);
+    }
+
+    void anUntickedGamesOptionsOf900LettersAreWholeAndLegible_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("without a blank") << QString(900, u'e');
+        QTest::newRow("with blanks") << u"--option=of-a-game "_s.repeated(50).left(900);
+    }
+    void anUntickedGamesOptionsOf900LettersAreWholeAndLegible()
+    {
+        QFETCH(const QString, text);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, text}});
+        const WindowUser user;
+        QCOMPARE(user.window.size(), QSize(900, 620));
+        QLabel *preview = user.previewLabel;
+        QCOMPARE(preview->text(), text);
+        QVERIFY(!preview->isEnabled());
+        QVERIFY(preview->height() >= preview->heightForWidth(preview->width()));
+        QCOMPARE(preview->visibleRegion().boundingRect(), preview->rect());
+        QVERIFY(!areaOf(preview)->verticalScrollBar()->isVisible());
+        // In the same gray as when it is enabled.
+        const QImage disabled = preview->grab().toImage();
+        user.settingsGroup->setEnabled(true);
+        QCOMPARE(disabled, preview->grab().toImage());
+    }
+
+    void longerOptionsAreScrolledByTheWheelWhetherOrNotTheGameIsTicked_data()
+    {
+        QTest::addColumn<bool>("isEnabled");
+        QTest::newRow("ticked") << true;
+        QTest::newRow("not ticked") << false;
+    }
+    void longerOptionsAreScrolledByTheWheelWhetherOrNotTheGameIsTicked()
+    {
+        QFETCH(const bool, isEnabled);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, QString(3000, u'x')}});
+        WindowUser user;
+        user.settingsGroup->setEnabled(isEnabled);
+        const QScrollBar *bar = areaOf(user.previewLabel)->verticalScrollBar();
+        QVERIFY(bar->isVisible());
+        QVERIFY(!areaOf(user.previewLabel)->horizontalScrollBar()->isVisible());
+        for (int notch = 0; notch < 50; ++notch)
+            turnWheelOver(areaOf(user.previewLabel));
+        QCOMPARE(bar->value(), bar->maximum());
+        QCOMPARE(user.previewLabel->visibleRegion().boundingRect().bottom(),
+                 user.previewLabel->rect().bottom());
+    }
+
+    void theScrollBarGoesWithTheLongText()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, QString(3000, u'x')},
+                              {u"200"_s, u"Beta"_s, QString(900, u'e')}});
+        WindowUser user;
+        const QScrollBar *bar = areaOf(user.previewLabel)->verticalScrollBar();
+        QVERIFY(bar->isVisible());
+        user.select(u"Beta"_s);
+        QTRY_VERIFY(!bar->isVisible());
+    }
+
+    void itsRowHasNoStretchAndAStretchFollows()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        auto *layout = qobject_cast<QVBoxLayout *>(user.settingsGroup->layout());
+        int row = 0;
+        while (!layout->itemAt(row)->widget() ||
+               !layout->itemAt(row)->widget()->isAncestorOf(user.previewLabel))
+            ++row;
+        QCOMPARE(layout->stretch(row), 0);
+        QVERIFY(layout->itemAt(row + 1)->spacerItem());
+        QCOMPARE(layout->count(), row + 3); // and the row of the button
+    }
+};
+
+QTEST_MAIN(TestPreviewLabel)
+#include "test_previewlabel.moc"
