@@ -21,8 +21,8 @@ QByteArray pictureBytes(const QString &path)
     return bytes.size() > most ? QByteArray() : bytes;
 }
 
-/// The picture as it is shown in `box` points on a screen of `scale` pixels a point: its shape
-/// kept, made smaller where it is larger than the box, never larger.
+/// The picture as it fills a box of that size in points, with its shape kept, on a screen of
+/// `scale` pixels a point.
 QPixmap readPicture(const QString &path, QSize box, qreal scale)
 {
     QByteArray bytes = pictureBytes(path);
@@ -31,10 +31,8 @@ QPixmap readPicture(const QString &path, QSize box, qreal scale)
     const QSize whole = reader.size();
     if (whole.isEmpty())
         return {};
-    const QSizeF points = whole.width() <= box.width() && whole.height() <= box.height()
-                              ? QSizeF(whole)
-                              : QSizeF(whole).scaled(box, Qt::KeepAspectRatio);
-    reader.setScaledSize((points * scale).toSize().expandedTo({1, 1}));
+    const QSizeF shown = QSizeF(whole).scaled(QSizeF(box) * scale, Qt::KeepAspectRatio);
+    reader.setScaledSize(shown.toSize().expandedTo({1, 1}));
     QPixmap picture = QPixmap::fromImageReader(&reader);
     picture.setDevicePixelRatio(scale);
     return picture;

@@ -98,7 +98,10 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
 void MainWindow::fitIntoScreen()
 {
     const QRect room = screen()->availableGeometry();
-    resize(size().boundedTo(room.size().shrunkBy(windowHandle()->frameMargins())));
+    QMargins frame = windowHandle()->frameMargins();
+    if (devicePixelRatioF() != 1)
+        frame += QMargins(0, 0, 1, 1); // its parts are rounded to points
+    resize(size().boundedTo(room.size().shrunkBy(frame)));
     if (!room.contains(frameGeometry()))
         move(room.topLeft());
 }

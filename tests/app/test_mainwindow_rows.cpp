@@ -231,7 +231,7 @@ private Q_SLOTS:
         QTest::newRow("larger") << QSize(256, 256) << QSize(32, 32);
         QTest::newRow("wide") << QSize(3840, 1240) << QSize(32, 10);
         QTest::newRow("high") << QSize(600, 900) << QSize(21, 32);
-        QTest::newRow("smaller") << QSize(16, 16) << QSize(16, 16);
+        QTest::newRow("smaller") << QSize(16, 16) << QSize(32, 32);
     }
     void aPictureIsAsSharpAsTheScreen()
     {

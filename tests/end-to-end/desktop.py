@@ -138,6 +138,11 @@ class Desktop:
         subprocess.run(["xdotool", "mousemove", "--sync", str(int(x)), str(int(y)), "click", "1"],
                        env=self.environment, check=True)
 
+    def wheel(self, x, y):
+        """Turns the wheel one notch away and two towards the user."""
+        subprocess.run(["xdotool", "mousemove", "--sync", str(int(x)), str(int(y)),
+                        "click", "4", "click", "5", "click", "5"], env=self.environment, check=True)
+
     def screenshot(self, path):
         subprocess.run(["import", "-window", "root", str(path)], env=self.environment, check=True)
 
@@ -218,6 +223,11 @@ class Application:
         box = accessible.get_extents(Atspi.CoordType.SCREEN)
         x = box.width / 2 if dx is None else dx if dx >= 0 else box.width + dx
         self.desktop.click(box.x + x, box.y + box.height / 2)
+
+    def middle(self, accessible):
+        """The middle of an object on the screen."""
+        box = accessible.get_extents(Atspi.CoordType.SCREEN)
+        return box.x + box.width / 2, box.y + box.height / 2
 
     def focused(self):
         """The showing control that has the keyboard focus, or None."""

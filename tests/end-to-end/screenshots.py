@@ -7,6 +7,7 @@ BUILD is the build folder; the pictures are FOLDER/<window>-<scale>x-<theme>.png
 """
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import time
@@ -22,12 +23,15 @@ custom_palette=true
 style=Fusion
 """
 
+# What players have, by the scale that they use there.
+SMALL_SCREENS = {"1": "1024x600", "1.5": "1366x768", "2": "1920x1080"}
+
 
 class ScaledDesktop(Desktop):
     """A desktop whose program tells places on the screen in its own, larger pixels."""
 
-    def __init__(self, scale):
-        super().__init__(screen="2200x1600")
+    def __init__(self, scale, screen):
+        super().__init__(screen=screen)
         self.scale = scale
 
     def click(self, x, y):
@@ -51,6 +55,11 @@ class Photographer:
         subprocess.run(["import", "-frame", "-window", self.active_window(), str(path)],
                        env=self.desktop.environment, check=True)
 
+    def take_screen(self, name):
+        """Pictures the whole screen."""
+        time.sleep(0.7)
+        self.desktop.screenshot(self.folder / f"{name}-{self.suffix}.png")
+
     def take_message(self, name, text, answer):
         wait_for(lambda: self.app.find("label", text), f"the message {text!r}", 120)
         self.take(name)
@@ -64,6 +73,7 @@ def tour(machine, desktop, app, photographer):
     client = machine.root / "bin/steam"
     config = machine.local_config
 
+    photographer.take("main-window-opened")
     for game in ("Cinder Rally 4", "Fathom", "Amber Tides"):
         app.click(app.wait("list item", game))
         desktop.key("space")
@@ -71,6 +81,14 @@ def tour(machine, desktop, app, photographer):
     wait_for(lambda: has_state(resolution, Atspi.StateType.ENABLED), "the settings to be enabled")
     photographer.take("main-window")
     main_window = photographer.active_window()
+
+    for size in ("300x200", "1706x960"):
+        app.click(resolution)
+        desktop.key("ctrl+a")
+        desktop.type(size)
+        wait_for(lambda size=size: app.find("text", "Output resolution:").get_text(0, -1) == size, size)
+        if size == "300x200":
+            photographer.take("refused-size")
 
     app.click(app.wait("push button", "Advanced…"))
     app.wait("push button", "Cancel")
@@ -114,7 +132,53 @@ def tour(machine, desktop, app, photographer):
     photographer.take("main-window-applied")
 
 
-def main(folder, scale, theme):
+def set_options(machine, appid, options):
+    """Gives a game of the sample machine launch options of its own."""
+    text = machine.local_config.read_text()
+    text, found = re.subn(r'("%s"\n\t*\{.*?"LaunchOptions"\t\t)"[^"]*"' % appid,
+                          lambda match: f'{match[1]}"{options}"', text, flags=re.S)
+    assert found == 1, appid
+    machine.local_config.write_text(text)
+
+
+def long_options(machine, desktop, app, photographer):
+    """An unticked game whose options have 900 letters and no blank."""
+    set_options(machine, "1001010", "abcdefghi-" * 90)
+    app.click(app.wait("push button", "Refresh"))
+    app.click(app.wait("list item", "Amber Tides"))
+    app.wait("label", "abcdefghi-" * 90)
+    photographer.take("long-options")
+
+
+def many_failures(machine, desktop, app, photographer):
+    """120 games, of which none can be changed."""
+    machine.kill_client()
+    appids = [str(2000000 + 10 * i) for i in range(120)]
+    for i, appid in enumerate(appids):
+        manifest = machine.steam / f"steamapps/appmanifest_{appid}.acf"
+        manifest.write_text('"AppState"\n{\n\t"appid"\t\t"%s"\n\t"name"\t\t"Aaa %03d"\n}\n'
+                            % (appid, i))
+    app.click(app.wait("push button", "Refresh"))
+    app.click(app.wait("list item", "Aaa 000"))
+    for _ in appids:
+        desktop.key("space", "Down")
+    app.wait("label", "120 game(s) with pending changes. Steam must close briefly to apply.")
+    photographer.take("many-pending")
+    content = machine.local_config.read_bytes()
+    machine.local_config.write_text("\n")
+    photographer.apply()
+    failures = "\n".join(f"{appid}: no apps section found" for appid in appids)
+    photographer.take_message("many-failed", "Some changes failed:\n" + failures, "OK")
+    app.answer(RESTART_STEAM, "No")
+    machine.local_config.write_bytes(content)
+
+
+def small_screen(machine, desktop, app, photographer):
+    app.click(app.wait("list item", "Amber Tides"))
+    photographer.take_screen("small-screen")
+
+
+def shoot(folder, scale, theme, scenes, screen):
     machine = SampleMachine()
     try:
         environment = {"QT_SCALE_FACTOR": scale}
@@ -123,14 +187,23 @@ def main(folder, scale, theme):
             settings.mkdir(parents=True)
             (settings / "qt6ct.conf").write_text(DARK)
             environment["QT_QPA_PLATFORMTHEME"] = "qt6ct"
-        with ScaledDesktop(float(scale)) as desktop:
+        with ScaledDesktop(float(scale), screen) as desktop:
             desktop.start(pathlib.Path(os.environ["MARROWPULSE_BUILD"]) / "marrowpulse", machine.root,
                           **environment)
             app = Application(desktop)
             app.wait("list item", "Amber Tides")
-            tour(machine, desktop, app, Photographer(desktop, app, folder, f"{scale}x-{theme}"))
+            photographer = Photographer(desktop, app, folder, f"{scale}x-{theme}")
+            for scene in scenes:
+                scene(machine, desktop, app, photographer)
     finally:
         machine.close()
+
+
+def main(folder, scale, theme):
+    shoot(folder, scale, theme, [tour], "2200x1600")
+    # The last of them changes the machine for good.
+    shoot(folder, scale, theme, [long_options, many_failures], "2200x1600")
+    shoot(folder, scale, theme, [small_screen], SMALL_SCREENS[scale])
 
 
 if __name__ == "__main__":

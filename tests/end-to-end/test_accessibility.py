@@ -41,6 +41,22 @@ class Accessibility(ProgramTestCase):
                          "Has custom launch options; enabling will replace them (restored on disable):"
                          "\nmangohud %command%")
 
+    def test_description_and_ticks_follow_a_tick(self):
+        kestrels = [row for row in descendants(self.app.wait("list", "Games"))
+                    if row.get_name() == "Kestrel"]
+        self.assertEqual(len(kestrels), 2)  # in two libraries
+        self.app.click(kestrels[1])
+        self.desktop.key("space")
+        for row in kestrels:
+            wait_for(lambda row=row: has_state(row, Atspi.StateType.CHECKED), "the tick of both")
+        own = self.app.wait("list item", "Amber Tides")
+        self.app.click(own)
+        self.desktop.key("space")
+        wait_for(lambda: has_state(own, Atspi.StateType.CHECKED), "the tick")
+        wait_for(lambda: own.get_description() == "", "the end of the description")
+        self.desktop.key("space")
+        wait_for(lambda: own.get_description().startswith("Has custom"), "the description")
+
     def test_group_title_with_an_ampersand(self):
         self.app.click(self.app.wait("list item", "Basalt & Brine"))
         self.app.wait("panel", "Game settings: Basalt & Brine")

@@ -31,16 +31,15 @@ class Keyboard(ProgramTestCase):
         wait_for(lambda: not self.app.find("label", text), f"the end of the message {text!r}")
 
     def tick_first_game(self):
-        self.focus("Tab", "Games")
+        self.focus_is("Games")
         self.desktop.key("space")
         self.status_is(PENDING)
 
     def test_tab_visits_the_controls_in_reading_order(self):
-        self.focus_is("Rendering GPU:")
         self.tick_first_game()
         for name in ("Upscaling (FSR)", "Render resolution:", "Output resolution:", "Frame generation",
                      "Method:", "Hold-back:", "Limit frame rate to 64 fps (smoother)", "Advanced…",
-                     "Refresh", "Apply", "Rendering GPU:"):
+                     "Refresh", "Apply", "Rendering GPU:", "Games"):
             self.focus("Tab", name)
 
     def test_whole_job(self):
@@ -86,7 +85,34 @@ class Keyboard(ProgramTestCase):
             "marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:164e "
             "-w 2560 -h 1440 -W 2560 -H 1440 -r 72 -f --force-windows-fullscreen -g -- "
             "env MESA_VK_DEVICE_SELECT=pci-0000_03_00_0 DRI_PRIME=10de:2684 %command%")
-        self.assertIsNotNone(self.app.focused(), "the focus is lost after Apply")
+        self.focus_is("Games")
+
+    def test_up_at_the_start_and_after_apply_leaves_the_gpu_as_it_is(self):
+        gpu = self.app.wait_labelled("Rendering GPU:").get_name()
+        self.tick_first_game()
+        self.desktop.key("Up")
+        self.status_is(PENDING)
+        self.app.click(self.app.wait("push button", "Apply"))
+        self.app.answer(CLOSE_STEAM, "Yes")
+        self.app.answer(RESTART_STEAM, "No")
+        self.status_is("No pending changes.")
+        self.focus_is("Games")
+        self.desktop.key("Up", "Down", "Up")
+        self.assertEqual(self.app.wait_labelled("Rendering GPU:").get_name(), gpu)
+        self.status_is("No pending changes.")
+
+    def test_wheel_over_a_box_without_the_focus(self):
+        self.tick_first_game()
+        for label in ("Rendering GPU:", "Render resolution:", "Output resolution:", "Method:",
+                      "Hold-back:"):
+            with self.subTest(label):
+                combo = self.app.wait_labelled(label)
+                shown = combo.get_name()
+                self.desktop.wheel(*self.app.middle(combo))
+                self.desktop.key("Down", "Up")  # what was turned before has arrived by then
+                self.focus_is("Games")
+                self.assertEqual(combo.get_name(), shown)
+        self.status_is(PENDING)
 
     def test_refresh_keeps_the_focus(self):
         self.tick_first_game()
