@@ -1,31 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "app/gameitem.h"
 
+#include "base/readfile.h"
+
 #include <QBuffer>
-#include <QFile>
-#include <QFileInfo>
 #include <QImageReader>
 #include <QListWidget>
 
 namespace
 {
 
-/// The bytes of a picture's file; empty for what is no file or larger than any real picture.
-QByteArray pictureBytes(const QString &path)
-{
-    constexpr qint64 most = 32 << 20;
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray bytes = file.read(most + 1);
-    return bytes.size() > most ? QByteArray() : bytes;
-}
-
 /// The picture as it fills a box of that size in points, with its shape kept, on a screen of
 /// `scale` pixels a point.
 QPixmap readPicture(const QString &path, QSize box, qreal scale)
 {
-    QByteArray bytes = pictureBytes(path);
+    QByteArray bytes = base::readFile(path).value_or(QByteArray());
     QBuffer buffer(&bytes);
     QImageReader reader(&buffer);
     const QSize whole = reader.size();

@@ -211,8 +211,7 @@ void MainWindow::renewRow(int row, bool isPending)
 {
     const steam::GameEntry &game = games[row];
     QVariant warning;
-    if (!enabledGames.contains(game.appid) && !game.launchOptions.isEmpty() &&
-        !launch::isOwnLaunchOptions(game.launchOptions))
+    if (!enabledGames.contains(game.appid) && launch::isUsersOwn(game.launchOptions))
         warning =
             "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
             game.launchOptions;
