@@ -12,6 +12,8 @@
 #include <QTest>
 #include <QToolTip>
 
+#include <sys/stat.h>
+
 using namespace Qt::StringLiterals;
 
 class TestMainWindowStartup : public QObject
@@ -28,6 +30,40 @@ private Q_SLOTS:
         QCOMPARE(user.window.size(), QSize(900, 620));
         QCOMPARE(user.window.windowTitle(), u"Marrowpulse"_s);
         QCOMPARE(user.window.parentWidget(), nullptr);
+    }
+
+    void aPipeInAFilesPlaceIsPassedOver_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("library prefix") << u"home/.config/marrowpulse/gamescope-prefix"_s;
+        QTest::newRow("list of libraries")
+            << u"home/.local/share/Steam/steamapps/libraryfolders.vdf"_s;
+        QTest::newRow("manifest") << u"home/.local/share/Steam/steamapps/appmanifest_200.acf"_s;
+        QTest::newRow("localconfig.vdf")
+            << u"home/.local/share/Steam/userdata/70001/config/localconfig.vdf"_s;
+        QTest::newRow("pid file") << u"home/.steam/steam.pid"_s;
+        QTest::newRow("picture") << u"home/.local/share/Steam/appcache/librarycache/100_icon.jpg"_s;
+        QTest::newRow("PCI ID file") << u"hwdata/pci.ids"_s;
+        QTest::newRow("sysfs attribute") << u"sys/class/drm/card0/device/boot_vga"_s;
+    }
+
+    void aPipeInAFilesPlaceIsPassedOver()
+    {
+        QFETCH(const QString, path);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        const QByteArray pipe = QFile::encodeName(machine.root() + u'/' + path);
+        machine.write(QFile::decodeName(pipe), ""); // makes the folders
+        QVERIFY(QFile::remove(QFile::decodeName(pipe)));
+        QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
+        WindowUser user; // hangs if the pipe is waited for
+        QVERIFY(!user.window.grab().isNull());
+        QCOMPARE(user.gameList->count(), 1);
+        QCOMPARE(user.gameList->item(0)->text(), u"Alpha"_s);
+        user.toggle(u"Alpha"_s);
+        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
+        user.click(user.applyButton);
+        QVERIFY(!boxes.shown().isEmpty());
     }
 
     void splitterDividesThreeToTwo()

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void noXrandrIsUnknown();
     void xrandrThatCannotBeRunIsUnknown();
     void hangingXrandrIsGivenUpAndKilled();
+    void endlessOutputIsGivenUpAtOnce();
     void childThatKeepsTheOutputOpenIsNotWaitedFor();
 };
 
@@ -86,6 +87,21 @@ void TestRefreshRateDetect::hangingXrandrIsGivenUpAndKilled()
     const int pid = machine.read(u"pid"_s).trimmed().toInt();
     QVERIFY(pid > 0);
     // Not even a dead entry of it stays in the process table.
+    QTRY_VERIFY(::kill(pid, 0) != 0);
+}
+
+void TestRefreshRateDetect::endlessOutputIsGivenUpAtOnce()
+{
+    const PretendMachine machine;
+    machine.addCommand(u"xrandr"_s, "#!/bin/sh\necho $$ > '" + QFile::encodeName(machine.root()) +
+                                        "/pid'\nexec yes '60.00*'\n");
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(hw::detectRefreshRate(), 0);
+    const qint64 elapsed = timer.elapsed();
+    QVERIFY2(elapsed < 2900, QByteArray::number(elapsed)); // and not for as long as a silent one
+    const int pid = machine.read(u"pid"_s).trimmed().toInt();
+    QVERIFY(pid > 0);
     QTRY_VERIFY(::kill(pid, 0) != 0);
 }
 
