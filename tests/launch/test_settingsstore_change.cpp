@@ -8,6 +8,7 @@
 #include "support/scratchfile.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QSettings>
@@ -79,6 +80,19 @@ private Q_SLOTS:
         QCOMPARE(launch::originalLaunchOptions(store, u"9"_s), u"-novid"_s);
         QCOMPARE(file.listing(), QStringList{storeName});
         QCOMPARE(watch.order().last(3), (QByteArrayList{"sync a file", "rename", "sync a folder"}));
+    }
+
+    void nothingNewWritesNothing()
+    {
+        const ScratchFile file(twoOriginals, storeName);
+        const QDateTime before = QFileInfo(file.path()).lastModified();
+        QSettings store(file.path(), QSettings::NativeFormat);
+        QVERIFY(keep(store, u"-novid"_s));
+        QCOMPARE(QFileInfo(file.path()).lastModified(), before);
+
+        QVERIFY(QFile::remove(file.path()));
+        QVERIFY(launch::changeStore(store, [](QSettings &) {}));
+        QCOMPARE(file.listing(), QStringList());
     }
 
     void optionsOfAllKinds_data()
