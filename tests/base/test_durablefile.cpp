@@ -72,6 +72,13 @@ gid_t otherGroup()
     return ::geteuid() == rootId ? 65533 : ::getegid();
 }
 
+/// A mode that nothing has by default. A change of the owner drops its first bit; so does writing
+/// by anyone but root.
+mode_t otherMode()
+{
+    return ::geteuid() == rootId ? 04750 : 0750;
+}
+
 struct stat look(const QString &path)
 {
     struct stat status = {};
@@ -80,12 +87,12 @@ struct stat look(const QString &path)
     return status;
 }
 
-/// Gives the file another owner, where that is possible, and a mode that nobody has by default.
+/// Gives the file another owner, where that is possible, and another mode.
 void giveAway(const QString &path)
 {
     if (::chown(QFile::encodeName(path).constData(), otherOwner(), otherGroup()) != 0)
         qFatal("cannot give %s away", qPrintable(path));
-    ScratchFile::setMode(path, 04750); // a change of the owner drops the first bit
+    ScratchFile::setMode(path, otherMode());
 }
 
 } // namespace
@@ -138,7 +145,7 @@ void TestDurableFile::keepsOwnerGroupAndMode()
     const struct stat now = look(file.path());
     QCOMPARE(now.st_uid, otherOwner());
     QCOMPARE(now.st_gid, otherGroup());
-    QCOMPARE(now.st_mode & 07777, mode_t(04750));
+    QCOMPARE(now.st_mode & 07777, otherMode());
 }
 
 void TestDurableFile::hasAnotherTimeThanTheOldFile()
@@ -373,7 +380,7 @@ void TestDurableFile::aCopyKeepsOwnerGroupAndMode()
     const struct stat copy = look(file.beside(u"the copy"_s));
     QCOMPARE(copy.st_uid, otherOwner());
     QCOMPARE(copy.st_gid, otherGroup());
-    QCOMPARE(copy.st_mode & 07777, mode_t(04750));
+    QCOMPARE(copy.st_mode & 07777, otherMode());
 }
 
 void TestDurableFile::worksWithTheFirstOfAllDescriptors()

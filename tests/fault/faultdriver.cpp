@@ -8,8 +8,8 @@
 //   fault-driver backup FILE                  writeBackup()
 //   fault-driver plain FILE APPID OPTIONS     the same edit with a plain QSaveFile: the control
 //   fault-driver remember FILE TEXT APPID...  keeps TEXT for each game in the store FILE
-//   fault-driver set-twice FILE KEY A B       sets the store's KEY to A, then at once to B, and tells
-//                                             what the store then reads
+//   fault-driver set-twice FILE KEY A B       sets the store's KEY to A, then at once to B, and
+//                                             tells what the store then reads
 //   fault-driver start-steam FILE             startSteam() while FILE is open
 //   fault-driver shutdown SECONDS             shutdownSteam()
 //   fault-driver wait                         waits until it is killed
