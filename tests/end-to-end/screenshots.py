@@ -159,7 +159,9 @@ def many_failures(machine, desktop, app, photographer):
         manifest.write_text('"AppState"\n{\n\t"appid"\t\t"%s"\n\t"name"\t\t"Aaa %03d"\n}\n'
                             % (appid, i))
     app.click(app.wait("push button", "Refresh"))
-    app.click(app.wait("list item", "Aaa 000"))
+    app.click(app.wait("list item", "Amber Tides"))
+    desktop.key("Home")
+    app.wait("panel", "Game settings: Aaa 000")
     for _ in appids:
         desktop.key("space", "Down")
     app.wait("label", "120 game(s) with pending changes. Steam must close briefly to apply.")
