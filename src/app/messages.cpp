@@ -53,8 +53,12 @@ void scrollTallText(QMessageBox &box)
     area->viewport()->setAutoFillBackground(false);
     label->setAutoFillBackground(false);
     label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
-    const int bar = area->verticalScrollBar()->sizeHint().width();
-    area->setMinimumSize(std::min(text.width() + bar, most.width()), most.height());
+    // Of a size to read in, also where the screen is high and the lines are short.
+    const QFontMetrics font = label->fontMetrics();
+    const int bar = area->verticalScrollBar()->sizeHint().width() + font.averageCharWidth();
+    const int width = std::max(text.width() + bar, 60 * font.averageCharWidth());
+    area->setMinimumSize(std::min(width, most.width()),
+                         std::min(40 * font.lineSpacing(), most.height()));
     grid->addWidget(area, row, column, rows, columns);
 }
 

@@ -74,7 +74,9 @@ private Q_SLOTS:
             const QRect room = box->screen()->availableGeometry();
             QVERIFY2(box->frameGeometry().height() <= room.height(),
                      QByteArray::number(box->frameGeometry().height()));
-            QVERIFY(box->height() > room.height() / 2); // to read in
+            const int lineHeight = labelOf(box)->fontMetrics().height(); // to read in
+            QVERIFY(box->height() > qMin(40 * lineHeight, room.height() / 2));
+            QVERIFY(box->width() > 20 * lineHeight);
             const QAbstractButton *ok = box->button(QMessageBox::Ok);
             QCOMPARE(ok->visibleRegion().boundingRect(), ok->rect());
             // Lines are not cut: as wide as the widest, and scrolled in one direction only.
