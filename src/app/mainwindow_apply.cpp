@@ -6,7 +6,6 @@
 #include "app/waitcursor.h"
 #include "launch/launchoptions.h"
 #include "launch/settingsstore.h"
-#include "steam/keyvalues.h"
 #include "steam/launchoptionseditor.h"
 #include "steam/locations.h"
 #include "steam/steamprocess.h"
@@ -99,32 +98,33 @@ bool MainWindow::closeSteam()
 /// failed. What the file holds now counts, not the last scan: Steam wrote it as it exited.
 QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> &staged)
 {
-    QHash<QString, QString> messages; // why a game's change failed, by app id
-    QHash<QString, QString> written;  // what the file holds for a game afterwards
     QString error;
     const std::optional<base::WholeFile> file = steam::readLocalConfig(vdf, &error);
-    const steam::AppsSection held(file ? QByteArrayView(file->bytes) : QByteArrayView());
-    store.sync(); // what another window of the program has kept meanwhile counts, too
-
-    QList<StagedChange> changes; // a game in two libraries is staged twice, and edited once
+    QHash<QString, QString> messages; // why a game's change failed, by app id
+    QHash<QString, QString> held;     // what the file holds for a game afterwards
+    QList<StagedChange> changes;      // a game in two libraries is staged twice, and edited once
     for (const StagedChange &change : staged) {
-        if (!file) {
+        if (!file)
             messages.insert(change.appid, error);
-        } else if (wasTypedMeanwhile(change, held.launchOptions(change.appid))) {
-            written.insert(change.appid, held.launchOptions(change.appid));
-        } else if (!written.contains(change.appid)) {
-            written.insert(change.appid, change.launchOptions);
+        else if (!held.contains(change.appid))
             changes.append(change);
-        }
+        held.insert(change.appid, change.launchOptions);
     }
-    steam::EditedText edited =
-        file ? steam::editLaunchOptions(file->bytes, changes) : steam::EditedText();
+    const QByteArray text = file ? file->bytes : QByteArray();
+    steam::EditedText edited = steam::editLaunchOptions(text, changes);
 
+    store.sync(); // what another window of the program has kept meanwhile counts, too
     QMap<QString, QString> originals; // that are to be replaced
+    QSet<QString> leftOut;            // games that are not edited after all
     for (qsizetype i = 0; i < changes.size(); ++i) {
-        const QString options = held.launchOptions(changes[i].appid);
-        if (launch::isUsersOwn(options) && !edited.outcomes[i].isOldTextDoubtful)
-            originals.insert(changes[i].appid, options);
+        const QString &appid = changes[i].appid;
+        const steam::EditOutcome &outcome = edited.outcomes[i];
+        if (wasTypedMeanwhile(changes[i], outcome.before)) {
+            held[appid] = outcome.before;
+            leftOut.insert(appid);
+        } else if (launch::isUsersOwn(outcome.before) && !outcome.isOldTextDoubtful) {
+            originals.insert(appid, outcome.before);
+        }
     }
     launch::changeStore(store, [&](QSettings &scratch) {
         for (auto it = originals.cbegin(); it != originals.cend(); ++it)
@@ -134,16 +134,17 @@ QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> 
     letRepaint();
 
     // No game's own options are replaced before they are on the disk in the store.
-    const auto isUnkept = [&](const StagedChange &change) {
-        return originals.contains(change.appid) &&
-               launch::originalLaunchOptions(store, change.appid).isEmpty();
-    };
-    for (const StagedChange &change : std::as_const(changes)) {
-        if (isUnkept(change))
-            messages.insert(change.appid, "could not write backup for "_L1 + store.fileName());
+    for (auto it = originals.cbegin(); it != originals.cend(); ++it) {
+        if (!launch::originalLaunchOptions(store, it.key()).isEmpty())
+            continue;
+        messages.insert(it.key(), "could not write backup for "_L1 + store.fileName());
+        leftOut.insert(it.key());
     }
-    if (changes.removeIf(isUnkept) > 0)
-        edited = steam::editLaunchOptions(file->bytes, changes);
+    const auto isLeftOut = [&](const StagedChange &change) {
+        return leftOut.contains(change.appid);
+    };
+    if (changes.removeIf(isLeftOut) > 0)
+        edited = steam::editLaunchOptions(text, changes);
 
     const auto isMade = [](const steam::EditOutcome &outcome) { return outcome.message.isEmpty(); };
     const bool replaced = std::none_of(edited.outcomes.cbegin(), edited.outcomes.cend(), isMade) ||
@@ -157,8 +158,8 @@ QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> 
     letRepaint();
 
     for (steam::GameEntry &game : games) {
-        if (written.contains(game.appid) && !messages.contains(game.appid))
-            game.launchOptions = written[game.appid];
+        if (held.contains(game.appid) && !messages.contains(game.appid))
+            game.launchOptions = held[game.appid];
     }
     QStringList lines;
     for (const StagedChange &change : staged) {

@@ -263,6 +263,7 @@ std::optional<EditedText> editAtOnce(const AppsSection &section,
     for (const LaunchOptionsChange &change : changes) {
         const Decision decision = decide(section, isSectionDoubtful, change);
         edited.outcomes.append(decision.outcome);
+        edited.outcomes.last().before = section.launchOptions(change.appid);
         if (!decision.outcome.message.isEmpty())
             continue;
         if (!decision.isNewBlock) {
@@ -320,6 +321,7 @@ EditedText editLaunchOptions(const QByteArray &bytes, const QList<LaunchOptionsC
         const EditedText next = editLaunchOptions(edited.bytes, {change});
         edited.bytes = next.bytes;
         edited.outcomes += next.outcomes;
+        edited.outcomes.last().before = section.launchOptions(change.appid);
     }
     return edited;
 }

@@ -21,6 +21,7 @@ struct LaunchOptionsChange {
 /// What became of one change.
 struct EditOutcome {
     QString message; ///< why it was refused; empty when it was made
+    QString before;  ///< the game's options in the text before all changes
 
     /// Refused for what the text held before, whatever else was wrong: a value that this program
     /// cannot read to its end or put back, or of which it is in doubt where it belongs. Such a

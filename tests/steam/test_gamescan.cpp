@@ -27,6 +27,7 @@ private Q_SLOTS:
     void toolsAreNotListed();
     void losslessScalingIsNotListed();
     void aFolderIsNoManifest();
+    void aLinkedManifestIsOne();
     void gamesOfAllLibraries();
     void aGameInTwoLibrariesIsListedTwice();
     void aLibraryUnderTwoNamesIsScannedTwice();
@@ -203,6 +204,16 @@ void TestGameScan::aFolderIsNoManifest()
     QVERIFY(steam::scanGames().isEmpty());
 }
 
+void TestGameScan::aLinkedManifestIsOne()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    machine.write(u"elsewhere.acf"_s, "\"name\" \"Game\"");
+    QVERIFY(QFile::link(machine.root() + "/elsewhere.acf"_L1,
+                        steamapps(machine) + "/appmanifest_2.acf"_L1));
+    QCOMPARE(names(steam::scanGames()), QStringList{u"Game"_s});
+}
+
 void TestGameScan::gamesOfAllLibraries()
 {
     PretendMachine machine;
@@ -305,6 +316,11 @@ void TestGameScan::icon_data()
         u"620_icon.jpg"_s);
     row("hashed jpg", {u"620/@.jpg"_s}, u"620/@.jpg"_s);
     row("hashed png", {u"620/@.png"_s}, u"620/@.png"_s);
+    row("of two hashed the first by name",
+        {u"620/f123456789abcdef0123456789abcdef01234567.jpg"_s,
+         u"620/0f23456789abcdef0123456789abcdef01234567.png"_s},
+        u"620/0f23456789abcdef0123456789abcdef01234567.png"_s);
+    row("header that is a folder", {u"620/header.jpg/x"_s}, u"620/header.jpg"_s);
     row("hashed before header", {u"620/@.jpg"_s, u"620/header.jpg"_s}, u"620/@.jpg"_s);
     row("header alone", {u"620/header.jpg"_s}, u"620/header.jpg"_s);
     row("header png is none", {u"620/header.png"_s}, {});

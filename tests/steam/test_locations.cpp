@@ -31,6 +31,8 @@ private Q_SLOTS:
     void librariesInTheOrderOfTheList();
     void libraryEntries_data();
     void libraryEntries();
+    void librariesThatDifferInCaseAreTwo();
+    void aLibrarysSteamappsMayBeAFile();
     void rootUnderAnotherNameIsListedTwice();
     void unpluggedLibraryIsDropped();
 
@@ -42,6 +44,7 @@ private Q_SLOTS:
     void configOfEqualTimes_data();
     void configOfEqualTimes();
     void accountsWithoutConfigAreIgnored();
+    void aHiddenAccountIsIgnored();
     void accountNameMayBeAnything();
 };
 
@@ -223,6 +226,31 @@ void TestLocations::libraryEntries()
     QCOMPARE(steam::steamLibraryDirs(), expected);
 }
 
+void TestLocations::librariesThatDifferInCaseAreTwo()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    QStringList libraries{machine.steamRoot() + "/steamapps"_L1};
+    QByteArray list;
+    for (const QString &name : {u"/disk"_s, u"/Disk"_s}) {
+        machine.write(machine.root() + name + "/steamapps/x"_L1, "");
+        libraries.append(machine.root() + name + "/steamapps"_L1);
+        list += "\"path\" \"" + (machine.root() + name).toUtf8() + "\"\n";
+    }
+    writeLibraryList(machine, list);
+    QCOMPARE(steam::steamLibraryDirs(), libraries);
+}
+
+void TestLocations::aLibrarysSteamappsMayBeAFile()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    machine.write(u"disk/steamapps"_s, "");
+    writeLibraryList(machine, "\"path\" \"" + machine.root().toUtf8() + "/disk\"");
+    QCOMPARE(steam::steamLibraryDirs(), (QStringList{machine.steamRoot() + "/steamapps"_L1,
+                                                     machine.root() + "/disk/steamapps"_L1}));
+}
+
 void TestLocations::rootUnderAnotherNameIsListedTwice()
 {
     PretendMachine machine;
@@ -321,6 +349,16 @@ void TestLocations::accountsWithoutConfigAreIgnored()
     machine.write(machine.steamRoot() + "/userdata/0/config/other.vdf"_L1, "");
     machine.write(machine.steamRoot() + "/userdata/1/localconfig.vdf"_L1, "");
     machine.write(machine.steamRoot() + "/userdata/localconfig.vdf"_L1, "");
+    QCOMPARE(steam::localConfigPath(), u""_s);
+    const QString config = addConfig(machine, u"500"_s);
+    QCOMPARE(steam::localConfigPath(), config);
+}
+
+void TestLocations::aHiddenAccountIsIgnored()
+{
+    PretendMachine machine;
+    machine.installSteam();
+    addConfig(machine, u".1000"_s, 60);
     QCOMPARE(steam::localConfigPath(), u""_s);
     const QString config = addConfig(machine, u"500"_s);
     QCOMPARE(steam::localConfigPath(), config);

@@ -29,11 +29,13 @@ private Q_SLOTS:
     void notRunningWithoutAPidFile();
     void notRunningByThePidFile_data();
     void notRunningByThePidFile();
+    void notRunningByAFolder();
     void runningClient();
     void whiteSpaceAroundThePid_data();
     void whiteSpaceAroundThePid();
     void executablePath_data();
     void executablePath();
+    void aClientWhoseFileWasReplacedRuns();
     void exitedClientIsGone();
     void exitedButUnreapedClientIsGone();
 
@@ -96,6 +98,10 @@ void TestSteamProcess::notRunningByThePidFile_data()
     QTest::newRow("negative") << QByteArray("-1\n");
     QTest::newRow("zero") << QByteArray("0\n");
     QTest::newRow("bytes that are no UTF-8") << QByteArray("\xff\xfe\n");
+    QTest::newRow("a second line")
+        << QByteArray::number(QCoreApplication::applicationPid()) + "\n1\n";
+    // A kernel thread has no executable, whoever looks; others hide theirs from an ordinary user.
+    QTest::newRow("an executable that cannot be read") << QByteArray("2\n");
 }
 
 void TestSteamProcess::notRunningByThePidFile()
@@ -103,6 +109,13 @@ void TestSteamProcess::notRunningByThePidFile()
     QFETCH(QByteArray, text);
     const PretendMachine machine;
     writePid(machine, text);
+    QVERIFY(!steam::isSteamRunning());
+}
+
+void TestSteamProcess::notRunningByAFolder()
+{
+    const PretendMachine machine;
+    machine.write(u"home/.steam/steam.pid/x"_s, "");
     QVERIFY(!steam::isSteamRunning());
 }
 
@@ -168,6 +181,18 @@ void TestSteamProcess::executablePath()
     const Running process(program);
     writePid(machine, process.pid() + '\n');
     QCOMPARE(steam::isSteamRunning(), running);
+}
+
+void TestSteamProcess::aClientWhoseFileWasReplacedRuns()
+{
+    const PretendMachine machine;
+    const QTemporaryDir folder(QDir::tempPath() + "/clients-XXXXXX"_L1);
+    const QString program = folder.filePath(u"steam"_s);
+    QVERIFY(QFile::copy(u"/bin/sleep"_s, program));
+    const Running process(program);
+    writePid(machine, process.pid());
+    QVERIFY(QFile::remove(program)); // as an update does while Steam runs
+    QVERIFY(steam::isSteamRunning());
 }
 
 void TestSteamProcess::exitedClientIsGone()
