@@ -71,18 +71,6 @@ private Q_SLOTS:
                      : u"No pending changes."_s);
     }
 
-    void originalComesBackFromAStoreThatWasCutOff()
-    {
-        const PlayersMachine machine;
-        machine.write(machine.storePath(), ""); // killed while the store was written
-        machine.write(machine.storePath() + ".marrow-spare"_L1,
-                      "[original]\n100=gamemoderun %command%\n");
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        QCOMPARE(user.previewLabel->text(), u"gamemoderun %command%"_s);
-    }
-
     void withoutAGpuNothingIsEverPending()
     {
         support::PretendMachine machine;
