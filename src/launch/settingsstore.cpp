@@ -12,6 +12,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace launch
@@ -62,6 +64,15 @@ std::optional<Content> contentOf(const QByteArray &bytes, const QString &newPath
                      : std::nullopt;
 }
 
+/// Whether no key was lost, and no launch options that are kept got others: QSettings takes what it
+/// cannot read for empty.
+bool keepsAll(const Content &now, const Content &before)
+{
+    return std::all_of(before.keyBegin(), before.keyEnd(), [&](const QString &key) {
+        return now.contains(key) && (key.startsWith(configGroup) || now[key] == before[key]);
+    });
+}
+
 } // namespace
 
 LoadedGame loadGameSettings(const QSettings &store, const QString &appid,
@@ -106,8 +117,8 @@ QString originalLaunchOptions(const QSettings &store, const QString &appid)
 }
 
 // QSettings reads and writes the format, but only in copies, and what it says is read again under a
-// name that it never saw: it takes what it cannot read for empty, reports success on a full disk,
-// and remembers what it meant to write under the name that it knows.
+// name that it never saw: it reports success on a full disk, and remembers what it meant to write
+// under the name that it knows.
 bool changeStore(QSettings &store, const std::function<void(QSettings &)> &change)
 {
     const auto readAnew = qScopeGuard([&store] { store.sync(); });
@@ -125,13 +136,13 @@ bool changeStore(QSettings &store, const std::function<void(QSettings &)> &chang
     if (!before || !write(copy, old))
         return false;
     QSettings settings(copy, QSettings::NativeFormat);
-    if (contentOf(settings) != before)
-        return false;
     change(settings);
+    Content wanted = contentOf(settings); // before it may read again what it failed to write
+    if (!keepsAll(wanted, *before))
+        return false;
     bool isAll = true;
     for (const QString &proof :
          {scratch.filePath(u"proof.conf"_s), scratch.filePath(u"second-proof.conf"_s)}) {
-        const Content wanted = contentOf(settings);
         if (wanted == before)
             return isAll;
         settings.sync();
@@ -144,8 +155,10 @@ bool changeStore(QSettings &store, const std::function<void(QSettings &)> &chang
         isAll = false;
         for (const QString &key : wanted.keys()) {
             if (key.startsWith(originalGroup) && !before->contains(key) &&
-                content->value(key) != wanted[key])
+                content->value(key) != wanted[key]) {
                 settings.remove(key);
+                wanted.remove(key);
+            }
         }
     }
     return false;

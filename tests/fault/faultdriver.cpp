@@ -72,6 +72,7 @@ int remember(const QStringList &arguments)
     return claim(launch::changeStore(store, [&](QSettings &scratch) {
         for (const QString &appid : arguments.sliced(4))
             launch::rememberOriginalLaunchOptions(scratch, appid, arguments[3]);
+        launch::saveAllGameSettings(scratch, {}); // as an Apply does, which syncs
     }));
 }
 

@@ -28,11 +28,13 @@ const auto storeName = u"store.conf"_s;
 const QByteArray oneOriginal = "[original]\n400=-first\n";
 const QByteArray twoOriginals = "[original]\n400=-first\n9=-novid\n";
 
-/// Keeps the options for the game 9.
+/// Keeps the options for the game 9. As everything is saved along with them, the scratch copy is
+/// synced already when the change is done.
 bool keep(QSettings &store, const QString &options)
 {
     return launch::changeStore(store, [&](QSettings &scratch) {
         launch::rememberOriginalLaunchOptions(scratch, u"9"_s, options);
+        launch::saveAllGameSettings(scratch, {});
     });
 }
 
@@ -398,6 +400,30 @@ private Q_SLOTS:
 
         QVERIFY(keep(store, longOptions));
         QVERIFY(file.read() == before + "9=" + longOptions.toLatin1() + '\n');
+    }
+
+    /// Wherever on the way it becomes full.
+    void aDiskThatFillsUpChangesNothing_data()
+    {
+        QTest::addColumn<int>("filesBefore");
+        for (int i = 0; i < 6; ++i)
+            QTest::addRow("after %d files", i) << i;
+    }
+    void aDiskThatFillsUpChangesNothing()
+    {
+        QFETCH(const int, filesBefore);
+        const ScratchFile file(oneOriginal, storeName);
+        QSettings store(file.path(), QSettings::NativeFormat);
+        bool kept = false;
+        {
+            std::optional<FileSizeLimit> fullDisk;
+            CallWatch watch;
+            watch.before(
+                "make a file", [&fullDisk] { fullDisk.emplace(0); }, filesBefore);
+            kept = keep(store, u"-novid"_s);
+        }
+        QCOMPARE(file.read(), kept ? twoOriginals : oneOriginal);
+        QCOMPARE(launch::originalLaunchOptions(store, u"400"_s), u"-first"_s);
     }
 
     void aFullDiskGetsNoNewStore()
