@@ -97,6 +97,26 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList());
     }
 
+    void nothingIsEverRemoved_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::newRow("a game's own options") << u"original/400"_s;
+        QTest::newRow("a game's setting") << u"config/400/caphz"_s;
+    }
+    void nothingIsEverRemoved()
+    {
+        QFETCH(const QString, key);
+        const QByteArray before = "[config]\n400\\caphz=60\n\n" + oneOriginal;
+        const ScratchFile file(before, storeName);
+        QSettings store(file.path(), QSettings::NativeFormat);
+        QVERIFY(!launch::changeStore(store, [&key](QSettings &scratch) {
+            scratch.remove(key);
+            scratch.setValue(u"config/9/caphz"_s, 75);
+        }));
+        QCOMPARE(file.read(), before);
+        QVERIFY(store.contains(key));
+    }
+
     void optionsOfAllKinds_data()
     {
         QTest::addColumn<QString>("options");
