@@ -18,6 +18,7 @@ int detectRefreshRate()
     constexpr int timeLimitMs = 3000;
     constexpr qsizetype largestOutput = 1024 * 1024; // ten screens make some 30 KB
     auto process = std::make_unique<QProcess>();
+    process->setStandardErrorFile(QProcess::nullDevice()); // it would be kept in memory
     process->start(u"xrandr"_s, {u"--current"_s});
     QByteArray output;
     const QDeadlineTimer deadline(timeLimitMs);

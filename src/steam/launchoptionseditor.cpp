@@ -218,14 +218,30 @@ QByteArray withReplacements(QByteArrayView text, QList<Replacement> replacements
     return edited += text.sliced(done);
 }
 
+/// Whether a block opens there, after white space.
+bool opensBlock(QByteArrayView text, qsizetype from)
+{
+    while (from < text.size() && QByteArrayView(" \t\n\v\f\r").contains(text[from]))
+        ++from;
+    return from < text.size() && text[from] == '{';
+}
+
+bool hasSecondAppsSection(QByteArrayView text)
+{
+    constexpr QByteArrayView key("\"apps\"");
+    int count = 0;
+    for (qsizetype at = text.indexOf(key); at >= 0; at = text.indexOf(key, at + key.size()))
+        count += opensBlock(text, at + key.size()) ? 1 : 0;
+    return count > 1;
+}
+
 /// Whether no change can alter what another one finds, so that all can be decided on one text.
 bool areIndependent(const AppsSection &section, const QList<LaunchOptionsChange> &changes)
 {
-    if (section.text().count("\"apps\"") > 1)
+    if (hasSecondAppsSection(section.text()))
         return false;
     const auto isKeyOfBlock = [&section](const BraceSpan &value) {
-        const QByteArrayView rest = section.text().sliced(value.close + 1).trimmed();
-        return rest.startsWith('{');
+        return opensBlock(section.text(), value.close + 1);
     };
     QSet<QString> appids;
     QList<BraceSpan> blocks;

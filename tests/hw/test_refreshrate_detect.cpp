@@ -7,6 +7,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <sys/resource.h>
 
 using namespace Qt::StringLiterals;
 using support::PretendMachine;
@@ -22,6 +23,7 @@ private Q_SLOTS:
     void xrandrThatCannotBeRunIsUnknown();
     void hangingXrandrIsGivenUpAndKilled();
     void endlessOutputIsGivenUpAtOnce();
+    void endlessComplaintsTakeNoMemory();
     void childThatKeepsTheOutputOpenIsNotWaitedFor();
 };
 
@@ -103,6 +105,20 @@ void TestRefreshRateDetect::endlessOutputIsGivenUpAtOnce()
     const int pid = machine.read(u"pid"_s).trimmed().toInt();
     QVERIFY(pid > 0);
     QTRY_VERIFY(::kill(pid, 0) != 0);
+}
+
+void TestRefreshRateDetect::endlessComplaintsTakeNoMemory()
+{
+    const PretendMachine machine;
+    machine.addCommand(u"xrandr"_s, "#!/bin/sh\nexec cat /dev/zero >&2\n");
+    const auto peakKib = [] {
+        rusage usage = {};
+        ::getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;
+    };
+    const long before = peakKib();
+    QCOMPARE(hw::detectRefreshRate(), 0);
+    QVERIFY2(peakKib() - before < 20'000, QByteArray::number(qint64(peakKib())));
 }
 
 void TestRefreshRateDetect::childThatKeepsTheOutputOpenIsNotWaitedFor()
