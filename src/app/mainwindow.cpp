@@ -133,6 +133,7 @@ void MainWindow::reloadGames()
     if (isBusy())
         return;
     const WaitCursor waiting;
+    store.sync(); // another window may have kept a game's own options
     const QListWidgetItem *previous = gameList->currentItem();
     const QString selected = previous ? previous->data(Qt::UserRole).toString() : QString();
 

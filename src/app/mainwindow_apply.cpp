@@ -40,6 +40,7 @@ void MainWindow::apply()
         warn(this, u"Could not find Steam's localconfig.vdf."_s);
         return;
     }
+    store.sync(); // what another window of the program has kept meanwhile counts, too
     const QList<StagedChange> changes = stageChanges();
     if (changes.isEmpty())
         return;
@@ -113,7 +114,7 @@ QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> 
     const QByteArray text = file ? file->bytes : QByteArray();
     steam::EditedText edited = steam::editLaunchOptions(text, changes);
 
-    store.sync(); // what another window of the program has kept meanwhile counts, too
+    store.sync();                     // Steam may have taken its time to close
     QMap<QString, QString> originals; // that are to be replaced
     QSet<QString> leftOut;            // games that are not edited after all
     for (qsizetype i = 0; i < changes.size(); ++i) {

@@ -154,6 +154,29 @@ private Q_SLOTS:
         QCOMPARE(machine.storedValues().value(u"config/100/framegen"_s), u"true"_s);
     }
 
+    void whatAnotherWindowKeptIsGivenBack_data()
+    {
+        QTest::addColumn<bool>("refreshed");
+        QTest::newRow("after a Refresh") << true;
+        QTest::newRow("without one") << false;
+    }
+    void whatAnotherWindowKeptIsGivenBack()
+    {
+        QFETCH(const bool, refreshed);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        QCOMPARE(user.previewLabel->text(), u""_s);
+        machine.write(machine.storePath(), "[original]\n100=-theirs\n");
+        if (refreshed) {
+            user.click(user.refreshButton);
+            QCOMPARE(user.previewLabel->text(), u"-theirs"_s);
+        }
+        applyAll(user);
+        QVERIFY(machine.readLocalConfig().contains("\"-theirs\""));
+    }
+
     void whatAnotherWindowWritesIsNotUndone()
     {
         const PlayersMachine machine;
