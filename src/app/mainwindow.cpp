@@ -39,6 +39,7 @@ QString breakable(QString text)
 
 MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
 {
+    store.setFallbacksEnabled(false); // what is kept is kept in its own file
     setWindowTitle(u"Marrowpulse"_s);
     resize(QSize(900, 620).boundedTo(screen()->availableSize()));
     libraryPrefix = launch::readLibraryPrefix();
@@ -217,7 +218,10 @@ void MainWindow::renewRow(int row, bool isPending)
             "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
             game.launchOptions;
     QListWidgetItem *item = gameList->item(row);
-    item->setData(GameItem::PendingRole, isPending);
+    if (item->data(GameItem::PendingRole).toBool() != isPending)
+        item->setData(GameItem::PendingRole, isPending);
+    if (item->data(Qt::ToolTipRole) == warning)
+        return;
     item->setData(Qt::ToolTipRole, warning);
     item->setData(Qt::AccessibleDescriptionRole, warning);
 }

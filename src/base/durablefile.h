@@ -9,7 +9,8 @@ namespace base
 {
 
 enum class Replaced {
-    Yes,          ///< `path` holds exactly the new content, synced to the disk
+    Yes,          ///< `path` holds exactly the new content, synced to the disk; so is its new
+                  ///< place in the folder, as far as the folder can be synced
     CannotOpen,   ///< the new file could not be opened beside `path`; the old content stands
     CommitFailed, ///< writing, syncing or renaming failed, or the file that stood there was no
                   ///< longer the `expected` one; what stood there stands

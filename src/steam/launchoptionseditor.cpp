@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "steam/launchoptionseditor.h"
 
+#include "base/folderlock.h"
 #include "steam/keyvalues.h"
 
 #include <QByteArrayList>
 #include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QSet>
 
@@ -353,6 +355,9 @@ std::optional<base::WholeFile> readLocalConfig(const QString &path, QString *err
 bool replaceLocalConfig(const QString &path, const QByteArray &bytes, const base::FileVersion &read,
                         QString *error)
 {
+    // Between the look at the version and the renaming no other window of the program gets a turn.
+    // Where the folder cannot be locked, the look alone has to do.
+    const base::FolderLock lock(QFileInfo(path).path(), 3000);
     switch (base::replaceFile(path, bytes, read)) {
     case base::Replaced::Yes:
         return true;
