@@ -20,12 +20,16 @@ bool isSpace(char byte)
 template <typename Visit>
 void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)
 {
+    const auto isBrace = [](char byte) { return byte == '{' || byte == '}'; };
     std::vector<qsizetype> open;
-    for (qsizetype i = std::max(from, qsizetype(0)); i < text.size(); ++i) {
-        if (text[i] == '{') {
-            open.push_back(i);
-        } else if (text[i] == '}' && !open.empty()) {
-            visit(BraceSpan{open.back(), i});
+    for (auto at = text.begin() + std::max(from, qsizetype(0));; ++at) {
+        at = std::find_if(at, text.end(), isBrace);
+        if (at == text.end())
+            return;
+        if (*at == '{') {
+            open.push_back(at - text.begin());
+        } else if (!open.empty()) {
+            visit(BraceSpan{open.back(), at - text.begin()});
             open.pop_back();
         }
     }
