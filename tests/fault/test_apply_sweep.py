@@ -152,8 +152,8 @@ class Target:
         return touching[self.turn] if len(touching) > self.turn else None
 
     def hit(self, pretend, before, task, what):
-        """An Apply in which it was hit."""
-        for _ in range(8):
+        """An Apply in which it was hit; none when the toolkit's moods never let it be."""
+        for _ in range(16):
             pretend.set_up(*before)
             result = pretend.traced(task, ["-e", f"trace={self.name}", "-e",
                                            f"inject={self.name}:{what}:when={self.number}"])
@@ -164,7 +164,7 @@ class Target:
                 self.number = found.number
             else:
                 self.number += 1  # another one was killed before it
-        raise AssertionError(f"{self.name} {self.turn} is never hit")
+        return None
 
 
 def targets(calls):
@@ -237,19 +237,26 @@ class Sweep(unittest.TestCase):
         random.Random(1).shuffle(cases)  # no two threads on one target in a row
         start = time.monotonic()
         results = faults.in_parallel(lambda case: self.one(task, before, undisturbed, *case), cases)
+        missed = results.count(None)
+        self.assertLess(20 * missed, len(cases), "calls that were never hit")
+        results = [result for result in results if result]
         names = collections.Counter(case[0].name for case in cases)
-        print(f"{self.id()}: {len(cases)} faults in {time.monotonic() - start:.0f} s, "
+        print(f"{self.id()}: {len(results)} faults in {time.monotonic() - start:.0f} s, {missed} missed, "
               f"{sum(refused for refused, _ in results)} refusals; "
               + ", ".join(f"{name} {count}" for name, count in sorted(names.items())))
         self.assertEqual([text for _, wrong in results for text in wrong], [])
         self.assertEqual({refused for refused, _ in results}, {False, True})
 
     def one(self, task, before, undisturbed, target, line, what):
-        """Whether the program told of something that the fault prevented, and what is wrong."""
+        """Whether the program told of something that the fault prevented, and what is wrong; None when
+        the call was never hit."""
         pretend = self.machines.get()
         try:
             own = Target(target, target.turn)
-            code, lines, _, taken = own.hit(pretend, before, task, what)
+            hit = own.hit(pretend, before, task, what)
+            if not hit:
+                return None
+            code, lines, _, taken = hit
             boxes = lines[1:] if code else lines[1:-1]
             may_leave = code != 0 or own.name in ("unlink", "rmdir") or "/apply-driver-" in line
             wrong = self.judge(pretend, before, what, may_leave, code, boxes)
