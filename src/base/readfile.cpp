@@ -3,6 +3,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,10 +23,12 @@ FileVersion versionOf(const struct stat &status)
                 status.st_mtim.tv_sec * qint64{1'000'000'000} + status.st_mtim.tv_nsec};
 }
 
-/// What the open file holds; no value on an error, and for more than the program reads.
-std::optional<QByteArray> readToEnd(int descriptor)
+/// What the open file holds; no value on an error, and for more than the program reads. The size
+/// that was told only saves moving the bytes about.
+std::optional<QByteArray> readToEnd(int descriptor, qint64 toldSize)
 {
     QByteArray bytes;
+    bytes.reserve(std::min(toldSize, largestFile));
     char piece[64 * 1024];
     while (bytes.size() <= largestFile) {
         const ssize_t count = ::read(descriptor, piece, sizeof piece);
@@ -55,7 +58,7 @@ std::optional<WholeFile> readRegularFile(const QString &path)
         return std::nullopt;
     std::optional<QByteArray> bytes;
     if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
-        bytes = readToEnd(descriptor);
+        bytes = readToEnd(descriptor, status.st_size);
     ::close(descriptor);
     if (!bytes)
         return std::nullopt;
