@@ -110,7 +110,8 @@ void TestRefreshRateDetect::endlessOutputIsGivenUpAtOnce()
 void TestRefreshRateDetect::endlessComplaintsTakeNoMemory()
 {
     const PretendMachine machine;
-    machine.addCommand(u"xrandr"_s, "#!/bin/sh\nexec cat /dev/zero >&2\n");
+    machine.addCommand(u"xrandr"_s, "#!/bin/sh\necho $$ > '" + QFile::encodeName(machine.root()) +
+                                        "/pid'\nexec cat /dev/zero >&2\n");
     const auto peakKib = [] {
         rusage usage = {};
         ::getrusage(RUSAGE_SELF, &usage);
@@ -119,6 +120,9 @@ void TestRefreshRateDetect::endlessComplaintsTakeNoMemory()
     const long before = peakKib();
     QCOMPARE(hw::detectRefreshRate(), 0);
     QVERIFY2(peakKib() - before < 20'000, QByteArray::number(qint64(peakKib())));
+    const int pid = machine.read(u"pid"_s).trimmed().toInt();
+    QVERIFY(pid > 0);
+    QTRY_VERIFY(::kill(pid, 0) != 0);
 }
 
 void TestRefreshRateDetect::childThatKeepsTheOutputOpenIsNotWaitedFor()
