@@ -4,7 +4,6 @@
 #include "hw/gpuinfo.h"
 #include "launch/gamesettings.h"
 #include "steam/gamescan.h"
-#include "steam/launchoptionseditor.h"
 
 #include <QList>
 #include <QMainWindow>
@@ -21,6 +20,11 @@ class QListWidgetItem;
 class QPushButton;
 class QVBoxLayout;
 class ResolutionBox;
+
+namespace steam
+{
+struct LaunchOptionsChange;
+}
 
 /// The program's window. It owns all working state of a run: the GPUs, the games of the last scan
 /// and the settings and marks that the user gave them. Only apply() writes anything to the disk.
@@ -45,8 +49,6 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    using StagedChange = steam::LaunchOptionsChange;
-
     // The widget tree: mainwindow_layout.cpp
     void buildUi();
     void buildGpuGroup(QVBoxLayout *layout);
@@ -81,10 +83,11 @@ private:
     static bool parseResolution(const QString &text, int &width, int &height);
 
     // Applying: mainwindow_apply.cpp
-    QList<StagedChange> stageChanges() const;
+    QList<steam::LaunchOptionsChange> stageChanges() const;
     bool closeSteam();
-    QStringList editGames(const QString &vdf, const QList<StagedChange> &staged);
-    bool wasTypedMeanwhile(const StagedChange &change, const QString &current) const;
+    QStringList editGames(const QString &vdf, const QList<steam::LaunchOptionsChange> &staged);
+    QStringList saveStore(const QMap<QString, QString> &originals);
+    bool wasTypedMeanwhile(const steam::LaunchOptionsChange &change, const QString &current) const;
     static void letRepaint();
 
     QList<hw::GpuInfo> gpus;

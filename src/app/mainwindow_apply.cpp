@@ -18,6 +18,7 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
+using steam::LaunchOptionsChange;
 
 // Carrying the pending changes into Steam's file. The changes are staged once, from the last scan,
 // before Steam is closed.
@@ -41,7 +42,7 @@ void MainWindow::apply()
         return;
     }
     store.sync(); // what another window of the program has kept meanwhile counts, too
-    const QList<StagedChange> changes = stageChanges();
+    const QList<LaunchOptionsChange> changes = stageChanges();
     if (changes.isEmpty())
         return;
     if (steam::isSteamRunning() && !closeSteam())
@@ -67,9 +68,9 @@ void MainWindow::apply()
     updatePendingStatus();
 }
 
-QList<MainWindow::StagedChange> MainWindow::stageChanges() const
+QList<LaunchOptionsChange> MainWindow::stageChanges() const
 {
-    QList<StagedChange> changes;
+    QList<LaunchOptionsChange> changes;
     for (const steam::GameEntry &game : games) {
         const QString desired = desiredLaunchOptions(game);
         if (desired != game.launchOptions)
@@ -97,14 +98,14 @@ bool MainWindow::closeSteam()
 
 /// Makes the changes in Steam's file, saves the store, and returns a line for each change that
 /// failed. What the file holds now counts, not the last scan: Steam wrote it as it exited.
-QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> &staged)
+QStringList MainWindow::editGames(const QString &vdf, const QList<LaunchOptionsChange> &staged)
 {
     QString error;
     const std::optional<base::WholeFile> file = steam::readLocalConfig(vdf, &error);
-    QHash<QString, QString> messages; // why a game's change failed, by app id
-    QHash<QString, QString> held;     // what the file holds for a game afterwards
-    QList<StagedChange> changes;      // a game in two libraries is staged twice, and edited once
-    for (const StagedChange &change : staged) {
+    QHash<QString, QString> messages;   // why a game's change failed, by app id
+    QHash<QString, QString> held;       // what the file holds for a game afterwards
+    QList<LaunchOptionsChange> changes; // a game in two libraries is staged twice, and edited once
+    for (const LaunchOptionsChange &change : staged) {
         if (!file)
             messages.insert(change.appid, error);
         else if (!held.contains(change.appid))
@@ -127,21 +128,12 @@ QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> 
             originals.insert(appid, outcome.before);
         }
     }
-    launch::changeStore(store, [&](QSettings &scratch) {
-        for (auto it = originals.cbegin(); it != originals.cend(); ++it)
-            launch::rememberOriginalLaunchOptions(scratch, it.key(), it.value());
-        launch::saveAllGameSettings(scratch, gameSettings);
-    });
-    letRepaint();
-
-    // No game's own options are replaced before they are on the disk in the store.
-    for (auto it = originals.cbegin(); it != originals.cend(); ++it) {
-        if (!launch::originalLaunchOptions(store, it.key()).isEmpty())
-            continue;
-        messages.insert(it.key(), "could not write backup for "_L1 + store.fileName());
-        leftOut.insert(it.key());
+    for (const QString &appid : saveStore(originals)) {
+        messages.insert(appid, "could not write backup for "_L1 + store.fileName());
+        leftOut.insert(appid);
     }
-    const auto isLeftOut = [&](const StagedChange &change) {
+    letRepaint();
+    const auto isLeftOut = [&](const LaunchOptionsChange &change) {
         return leftOut.contains(change.appid);
     };
     if (changes.removeIf(isLeftOut) > 0)
@@ -150,29 +142,45 @@ QStringList MainWindow::editGames(const QString &vdf, const QList<StagedChange> 
     const auto isMade = [](const steam::EditOutcome &outcome) { return outcome.message.isEmpty(); };
     const bool replaced = std::none_of(edited.outcomes.cbegin(), edited.outcomes.cend(), isMade) ||
                           steam::replaceLocalConfig(vdf, edited.bytes, file->version, &error);
+    letRepaint();
     for (qsizetype i = 0; i < changes.size(); ++i) {
         if (!isMade(edited.outcomes[i]))
             messages.insert(changes[i].appid, edited.outcomes[i].message);
         else if (!replaced)
             messages.insert(changes[i].appid, error);
     }
-    letRepaint();
 
     for (steam::GameEntry &game : games) {
         if (held.contains(game.appid) && !messages.contains(game.appid))
             game.launchOptions = held[game.appid];
     }
     QStringList lines;
-    for (const StagedChange &change : staged) {
+    for (const LaunchOptionsChange &change : staged) {
         if (messages.contains(change.appid))
             lines.append(change.appid + ": "_L1 + messages[change.appid]);
     }
     return lines;
 }
 
+/// Saves all settings, and the games' own options that are about to be replaced, by app id. The app
+/// ids of those whose options are not on the disk afterwards: they must not be replaced.
+QStringList MainWindow::saveStore(const QMap<QString, QString> &originals)
+{
+    launch::changeStore(store, [&](QSettings &scratch) {
+        for (auto it = originals.cbegin(); it != originals.cend(); ++it)
+            launch::rememberOriginalLaunchOptions(scratch, it.key(), it.value());
+        launch::saveAllGameSettings(scratch, gameSettings);
+    });
+    QStringList lost = originals.keys();
+    lost.removeIf([this](const QString &appid) {
+        return !launch::originalLaunchOptions(store, appid).isEmpty();
+    });
+    return lost;
+}
+
 /// Whether a game that is to have nothing any more, for nothing is kept for it, no longer holds the
 /// program's options either: what was typed in Steam since the scan stays.
-bool MainWindow::wasTypedMeanwhile(const StagedChange &change, const QString &current) const
+bool MainWindow::wasTypedMeanwhile(const LaunchOptionsChange &change, const QString &current) const
 {
     return change.launchOptions.isEmpty() && !launch::isOwnLaunchOptions(current) &&
            launch::originalLaunchOptions(store, change.appid).isEmpty();

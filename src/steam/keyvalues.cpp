@@ -11,11 +11,6 @@ namespace steam
 namespace
 {
 
-bool isSpace(char byte)
-{
-    return byte == ' ' || (byte >= '\t' && byte <= '\r');
-}
-
 /// Calls `visit` with each block of `text` that opens at or after `from`, as it closes.
 template <typename Visit>
 void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)

@@ -9,8 +9,8 @@
 // Positions in Steam's KeyValues text (quoted keys, quoted values, blocks in braces): in the file's
 // bytes, UTF-8 or not. The text is not parsed into a tree, so that it can be changed in place:
 // braces and keys count wherever they stand, inside quotes too, and escapes are not decoded.
-// Nothing found is the empty span or text. White space is that of ASCII. Whatever the text holds,
-// every operation takes a time in proportion to its length.
+// Nothing found is the empty span or text. Whatever the text holds, every operation takes a time in
+// proportion to its length.
 namespace steam
 {
 
@@ -21,6 +21,12 @@ struct BraceSpan {
 
     bool isValid() const { return open >= 0; }
 };
+
+/// White space between keys, values and braces: that of ASCII, line ends included.
+inline bool isSpace(char byte)
+{
+    return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
 
 /// The position of the brace that closes the one at `start`; -1 when there is none.
 qsizetype matchingBrace(QByteArrayView text, qsizetype start);

@@ -223,7 +223,7 @@ QByteArray withReplacements(QByteArrayView text, QList<Replacement> replacements
 /// Whether a block opens there, after white space.
 bool opensBlock(QByteArrayView text, qsizetype from)
 {
-    while (from < text.size() && QByteArrayView(" \t\n\v\f\r").contains(text[from]))
+    while (from < text.size() && isSpace(text[from]))
         ++from;
     return from < text.size() && text[from] == '{';
 }
@@ -281,7 +281,6 @@ std::optional<EditedText> editAtOnce(const AppsSection &section,
     for (const LaunchOptionsChange &change : changes) {
         const Decision decision = decide(section, isSectionDoubtful, change);
         edited.outcomes.append(decision.outcome);
-        edited.outcomes.last().before = section.launchOptions(change.appid);
         if (!decision.outcome.message.isEmpty())
             continue;
         if (!decision.isNewBlock) {
@@ -317,6 +316,23 @@ std::optional<EditedText> editAtOnce(const AppsSection &section,
     return edited;
 }
 
+/// Makes the changes in one go where that comes to the same, else one after the other.
+EditedText edit(const QByteArray &bytes, const AppsSection &section,
+                const QList<LaunchOptionsChange> &changes)
+{
+    if (changes.size() == 1 || areIndependent(section, changes)) {
+        if (const std::optional<EditedText> edited = editAtOnce(section, changes))
+            return *edited;
+    }
+    EditedText edited{bytes, {}};
+    for (const LaunchOptionsChange &change : changes) {
+        const EditedText next = edit(edited.bytes, AppsSection(edited.bytes), {change});
+        edited.bytes = next.bytes;
+        edited.outcomes += next.outcomes;
+    }
+    return edited;
+}
+
 /// Assigns the message when anybody wants it. False, for callers that fail with it.
 bool fail(const QString &message, QString *error)
 {
@@ -330,17 +346,9 @@ bool fail(const QString &message, QString *error)
 EditedText editLaunchOptions(const QByteArray &bytes, const QList<LaunchOptionsChange> &changes)
 {
     const AppsSection section(bytes);
-    if (changes.size() == 1 || areIndependent(section, changes)) {
-        if (const std::optional<EditedText> edited = editAtOnce(section, changes))
-            return *edited;
-    }
-    EditedText edited{bytes, {}};
-    for (const LaunchOptionsChange &change : changes) {
-        const EditedText next = editLaunchOptions(edited.bytes, {change});
-        edited.bytes = next.bytes;
-        edited.outcomes += next.outcomes;
-        edited.outcomes.last().before = section.launchOptions(change.appid);
-    }
+    EditedText edited = edit(bytes, section, changes);
+    for (qsizetype i = 0; i < changes.size(); ++i)
+        edited.outcomes[i].before = section.launchOptions(changes[i].appid);
     return edited;
 }
 
