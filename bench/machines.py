@@ -50,17 +50,16 @@ class Machine:
             raise AssertionError("the file has another number of lines")
         return sum(old != new for old, new in zip(before, after))
 
-    def inner(self, build, names):
-        """One round of the inner functions of a build: time by name."""
+    def inner(self, build, name):
+        """What one of the inner functions of a build takes."""
         self.restore()
         report = json.loads(output(
-            ON_MACHINE, self.root, build / "bench_inner", f"--benchmark_filter=^({'|'.join(names)})(/|$)",
+            ON_MACHINE, self.root, build / "bench_inner", f"--benchmark_filter=^{name}(/|$)",
             "--benchmark_min_time=0.2", "--benchmark_format=json",
             env={**os.environ, "QT_QPA_PLATFORM": "offscreen"}))
+        run = next(run for run in report["benchmarks"] if run.get("aggregate_name", "median") == "median")
         # The name tells what is not CPU time, such as editOneGame/real_time.
-        return {run["name"].split("/")[0]:
-                run["real_time" if "_time" in run["name"] else "cpu_time"] / 1e6
-                for run in report["benchmarks"] if run.get("aggregate_name", "median") == "median"}
+        return run["real_time" if "_time" in run["name"] else "cpu_time"] / 1e6
 
     def peer(self, name, *counts):
         """What a peer takes for the file: a parse, and an edit of each number of games."""

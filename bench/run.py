@@ -24,9 +24,8 @@ SCANNED = (500, 1000, 2000, 4000, 8000)
 APPLIED = (250, 300, 500, 1000, 2000)
 WINDOWS = (0, 150, 1000)
 SLOW = 50
-INNER = {"readAllGames": (150, *SIZES), "scan": SCANNED, "editOneGame": SIZES, "writeAndSync": (1000,),
-         "recount": SIZES, "list": SIZES}
-IN_BOTH_BUILDS = ("readAllGames", "scan")
+GROWING = {"scan": SCANNED, "editOneGame": SIZES, "writeAndSync": (1000,), "recount": SIZES,
+           "list": SIZES}
 
 
 class Bench:
@@ -57,18 +56,26 @@ class Bench:
         return statistics.median(self.samples[name, games])
 
     def measure_files(self, games):
-        """The functions and the peers on one machine."""
+        """Reading and editing the file of one machine, by the program's functions and the peers."""
+        if games not in {150, *APPLIED}:
+            return
         machine = self.machines[games]
         for kind, build in self.builds.items():
-            names = [name for name, sizes in INNER.items()
-                     if games in sizes and (not kind or name in IN_BOTH_BUILDS)]
-            for name, time in (machine.inner(build, names) if names else {}).items():
-                self.note(name + kind, games, time)
-        for peer in ("node", "python") if games in {150, *APPLIED} else ():
+            self.note(f"readAllGames{kind}", games, machine.inner(build, "readAllGames"))
+        for peer in ("node", "python"):
             parse, edits = machine.peer(peer, 1, games)
             self.note(peer, games, parse)
             self.note(f"{peer} edit of one", games, edits[1])
             self.note(f"{peer} edit of all", games, edits[games])
+
+    def measure_growth(self):
+        """What is compared between sizes: all sizes in a row."""
+        for name, sizes in GROWING.items():
+            for kind, build in self.builds.items():
+                if kind and name != "scan":
+                    continue
+                for games in sizes:
+                    self.note(name + kind, games, self.machines[games].inner(build, name))
 
     def measure_applies(self, player, games):
         """Apply on one machine."""
@@ -105,6 +112,8 @@ class Bench:
                 for games in self.machines:
                     self.measure_files(games)
                     self.measure_applies(player, games)
+                for _ in range(3):
+                    self.measure_growth()
                 self.measure_starts(screen)
 
 

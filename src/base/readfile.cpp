@@ -24,20 +24,23 @@ FileVersion versionOf(const struct stat &status)
 }
 
 /// What the open file holds; no value on an error, and for more than the program reads. The size
-/// that was told only saves moving the bytes about.
+/// that was told only saves steps.
 std::optional<QByteArray> readToEnd(int descriptor, qint64 toldSize)
 {
+    constexpr qsizetype piece = 4096;
     QByteArray bytes;
-    bytes.reserve(std::min(toldSize, largestFile));
-    char piece[64 * 1024];
-    while (bytes.size() <= largestFile) {
-        const ssize_t count = ::read(descriptor, piece, sizeof piece);
-        if (count == 0)
-            return bytes;
-        if (count > 0)
-            bytes.append(piece, count);
-        else if (errno != EINTR)
+    bytes.reserve(std::min(toldSize, largestFile) + piece);
+    qsizetype size = 0;
+    while (size <= largestFile) {
+        bytes.resize(std::max(size + piece, bytes.capacity()));
+        const ssize_t count = ::read(descriptor, bytes.data() + size, bytes.size() - size);
+        if (count < 0 && errno != EINTR)
             return std::nullopt;
+        if (count == 0) {
+            bytes.truncate(size);
+            return bytes;
+        }
+        size += std::max(count, ssize_t(0));
     }
     return std::nullopt;
 }
