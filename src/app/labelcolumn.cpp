@@ -6,6 +6,7 @@
 #include <QBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QStyle>
 
 #include <algorithm>
 
@@ -13,6 +14,7 @@ QHBoxLayout *LabelColumn::addRow(QVBoxLayout *layout, const QString &text, QWidg
                                  int stretch)
 {
     auto *row = new QHBoxLayout;
+    row->setSpacing(box->style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing));
     auto *label = new QLabel(text);
     label->setBuddy(box);
     // An editable combo box hands the keyboard focus to its line edit, which has no label.

@@ -18,6 +18,7 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStandardItemModel>
+#include <QStyle>
 
 using namespace Qt::StringLiterals;
 
@@ -135,6 +136,7 @@ void MainWindow::buildSettingsGroup()
 void MainWindow::buildBottomRow(QVBoxLayout *layout)
 {
     auto *row = new QHBoxLayout;
+    row->setSpacing(style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing));
     statusLabel = named(new QLabel, u"statusLabel"_s);
     row->addWidget(statusLabel, 1);
     refreshButton = named(new QPushButton(u"&Refresh"_s), u"refreshButton"_s);

@@ -177,6 +177,20 @@ private Q_SLOTS:
         QCOMPARE(spareWidthsOfLabels(user.window).count(0), 2);
     }
 
+    void whatStandsInOneRowIsNotCrowded()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        const auto place = [&](const QWidget *widget) {
+            return QRect(widget->mapTo(&user.window, QPoint()), widget->size());
+        };
+        QVERIFY(place(user.applyButton).left() - place(user.refreshButton).right() > 6);
+        for (const QLabel *label : user.window.findChildren<QLabel *>()) {
+            if (label->buddy())
+                QVERIFY(place(label->buddy()).left() - place(label).right() > 6);
+        }
+    }
+
     void theLeastHeightLeavesRoomOnASmallScreen()
     {
         const PlayersMachine machine;
