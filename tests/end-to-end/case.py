@@ -59,6 +59,8 @@ class SampleMachine:
 class ProgramTestCase(unittest.TestCase):
     """Starts the program for each test."""
 
+    through = ()  # a command that the program is started through
+
     def setUp(self):
         self.machine = SampleMachine()
         self.addCleanup(self.machine.close)
@@ -70,7 +72,8 @@ class ProgramTestCase(unittest.TestCase):
         """What is to be changed on the machine before the program starts."""
 
     def start_program(self):
-        self.program = self.desktop.start(BUILD / "marrowpulse", self.machine.root, stderr=None)
+        self.program = self.desktop.start(BUILD / "marrowpulse", self.machine.root, self.through,
+                                          stderr=None)
         self.addCleanup(lambda: self.assertIn(self.program.poll(), (None, 0), "the program died"))
         self.app = Application(self.desktop)
         self.app.wait("list item", "Amber Tides")

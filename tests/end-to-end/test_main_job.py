@@ -58,5 +58,49 @@ class MainJob(ProgramTestCase):
         self.assertFalse(self.machine.client_runs())
 
 
+class WhileApplyWorks(ProgramTestCase):
+    # A disk on which each sync takes a second: what is pressed arrives while Apply works.
+    through = ("strace", "-f", "--seccomp-bpf", "-qq", "-o", "/dev/null", "-e", "trace=fsync",
+               "-e", "inject=fsync:delay_exit=1000000")
+
+    def prepare(self):
+        self.machine.kill_client()
+
+    def setUp(self):
+        super().setUp()
+        self.app.click(self.app.wait("list item", "Amber Tides"))
+        self.desktop.key("space")
+        self.status_is("1 game(s) with pending changes. Steam must close briefly to apply.")
+        self.buttons = [self.app.wait("push button", name) for name in ("Apply", "Refresh", "Advanced…")]
+        self.other_row = self.app.middle(self.app.wait("list item", "Fathom"))
+
+    def apply(self):
+        """Begins an Apply, with the focus still in the list, and returns when it works."""
+        self.desktop.key("alt+a")
+        wait_for(self.machine.backups, "the backup")
+
+    def nothing_was_taken(self):
+        self.app.answer(RESTART_STEAM, "No")
+        self.status_is("No pending changes.")
+        self.assertIsNotNone(self.app.find("panel", "Game settings: Amber Tides"))
+        self.assertIsNone(self.app.find("dialog", "Advanced settings"))
+        self.assertEqual(len(self.machine.backups()), 1)
+        self.assertIn("MARROWPULSE=1 ", self.machine.launch_options(APPID))
+
+    def test_keys_and_clicks_do_nothing(self):
+        self.apply()
+        self.desktop.key("Down")
+        self.desktop.click(*self.other_row)
+        self.nothing_was_taken()
+
+    def test_presses_by_assistive_tools_do_nothing(self):
+        Atspi.set_timeout(20000, 20000)  # they are answered when Apply lets the window be painted
+        self.addCleanup(Atspi.set_timeout, 800, 15000)
+        self.apply()
+        for button in self.buttons:
+            Atspi.Action.do_action(button, 0)
+        self.nothing_was_taken()
+
+
 if __name__ == "__main__":
     unittest.main()
