@@ -6,6 +6,7 @@
 #include <QBoxLayout>
 #include <QClipboard>
 #include <QImage>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QTest>
 #include <QWheelEvent>
@@ -159,12 +160,22 @@ private Q_SLOTS:
     void anUntickedGamesOptionsOf900LettersAreWholeAndLegible_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("without a blank") << QString(900, u'e');
-        QTest::newRow("with blanks") << u"--option=of-a-game "_s.repeated(50).left(900);
+        QTest::addColumn<int>("points"); // of the desktop's font
+        const QString words = u"--option=of-a-game "_s.repeated(50).left(900);
+        QTest::newRow("without a blank") << QString(900, u'e') << 9;
+        QTest::newRow("with blanks") << words << 9;
+        QTest::newRow("without a blank, a larger font") << QString(900, u'e') << 10;
+        QTest::newRow("with blanks, a larger font") << words << 10;
     }
     void anUntickedGamesOptionsOf900LettersAreWholeAndLegible()
     {
         QFETCH(const QString, text);
+        QFETCH(const int, points);
+        const QFont usual = QApplication::font();
+        const auto back = qScopeGuard([&usual] { QApplication::setFont(usual); });
+        QFont font = usual;
+        font.setPointSize(points);
+        QApplication::setFont(font);
         const PlayersMachine machine;
         machine.installGames({{u"100"_s, u"Alpha"_s, text}});
         const WindowUser user;
