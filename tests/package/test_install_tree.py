@@ -35,14 +35,19 @@ class InstallTree(unittest.TestCase):
     def setUpClass(cls):
         folder = tempfile.TemporaryDirectory(prefix="marrowpulse-install.")
         cls.addClassCleanup(folder.cleanup)
-        cls.prefix = pathlib.Path(folder.name)
+        cls.prefix = pathlib.Path(folder.name) / "usr"
+        # by somebody private, whose install is for everybody all the same
         subprocess.run(["cmake", "--install", os.environ["MARROWPULSE_BUILD"], "--prefix", cls.prefix],
-                       check=True, stdout=subprocess.DEVNULL)
+                       check=True, stdout=subprocess.DEVNULL, umask=0o077)
 
     def test_files_and_modes(self):
         installed = {str(path.relative_to(self.prefix)): path.stat().st_mode & 0o7777
                      for path in self.prefix.rglob("*") if not path.is_dir()}
         self.assertEqual(installed, FILES)
+
+    def test_everybody_may_enter_every_folder(self):
+        folders = [self.prefix, *(path for path in self.prefix.rglob("*") if path.is_dir())]
+        self.assertEqual([path for path in folders if path.stat().st_mode & 0o7777 != 0o755], [])
 
     def test_program_does_not_tell_where_it_was_built(self):
         program = (self.prefix / "bin/marrowpulse").read_bytes()
