@@ -1,4 +1,5 @@
 # CPack runs this before it packs what it has staged.
+cmake_minimum_required(VERSION 3.22)
 
 # The time that everything in a package gets, unless the packer has said it.
 if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
@@ -10,5 +11,10 @@ endif()
 if(NOT CPACK_INSTALL_CMAKE_PROJECTS)
     include(${CMAKE_CURRENT_LIST_DIR}/source-archive.cmake)
 elseif(CPACK_GENERATOR STREQUAL "DEB")
+    # Without it CPack would make a package that depends on nothing.
+    find_program(shlibdeps dpkg-shlibdeps)
+    if(NOT shlibdeps)
+        message(FATAL_ERROR "dpkg-shlibdeps finds the package's dependencies: please install dpkg-dev")
+    endif()
     include(${CMAKE_CURRENT_LIST_DIR}/debian-policy.cmake)
 endif()

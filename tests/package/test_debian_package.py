@@ -37,6 +37,16 @@ class DebianPackage(unittest.TestCase):
                  for dependency in self.field("Depends").split(", ")}
         self.assertEqual(names, {"libc6", "libqt6core6", "libqt6gui6", "libqt6widgets6", "libstdc++6"})
 
+    def test_is_not_made_where_its_dependencies_cannot_be_found_out(self):
+        with tempfile.TemporaryDirectory(prefix="marrowpulse-deb.") as folder:
+            packing = subprocess.run(
+                ["bwrap", "--dev-bind", "/", "/", "--ro-bind", "/dev/null", "/usr/bin/dpkg-shlibdeps",
+                 "cpack", "-G", "DEB", "-B", folder, "--config", BUILD / "CPackConfig.cmake"],
+                stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, check=False)
+            self.assertNotEqual(packing.returncode, 0)
+            self.assertIn("dpkg-dev", packing.stderr)
+            self.assertEqual(list(pathlib.Path(folder).glob("*.deb")), [])
+
     def test_recommends_wayland_xrandr_and_the_names_of_gpus(self):
         self.assertEqual(self.field("Recommends"), "qt6-wayland, x11-xserver-utils, pci.ids | hwdata")
 
