@@ -3,8 +3,8 @@
 
 #include "filecontents.h"
 #include "support/filesizelimit.h"
-#include "support/firstdescriptorfree.h"
 #include "support/scratchfile.h"
+#include "support/withoutstandardinput.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -30,11 +30,8 @@ private Q_SLOTS:
     void keepsTheMode();
     void keepsOwnerGroupAndMode();
     void hasAnotherTimeThanTheOldFile();
-    void keepsALink();
-    void keepsALinkToALink();
-    void keepsALinkFromAnotherFolder();
-    void writesThroughALinkThatLeadsNowhere_data();
-    void writesThroughALinkThatLeadsNowhere();
+    void keepsLinks_data();
+    void keepsLinks();
     void cannotOpenWhereALinksFolderIsMissing();
     void cannotOpenWithoutTheFolder();
     void cannotOpenAFolder();
@@ -53,7 +50,7 @@ private Q_SLOTS:
     void leavesNoPartOfACopy();
     void aCopyKeepsOwnerGroupAndMode();
 
-    void worksWithTheFirstOfAllDescriptors();
+    void worksWithoutAStandardInput();
     void keepsNoDescriptorOpen();
 };
 
@@ -163,69 +160,43 @@ void TestDurableFile::hasAnotherTimeThanTheOldFile()
     }
 }
 
-void TestDurableFile::keepsALink()
-{
-    const ScratchFile file("old");
-    const QString link = file.beside(u"link"_s);
-    QVERIFY(QFile::link(u"localconfig.vdf"_s, link));
-    QCOMPARE(base::replaceFile(link, "new"), Replaced::Yes);
-    QVERIFY(QFileInfo(link).isSymLink());
-    QCOMPARE(file.read(), QByteArray("new"));
-    QCOMPARE(file.listing(), (QStringList{u"link"_s, u"localconfig.vdf"_s}));
-}
-
-void TestDurableFile::keepsALinkToALink()
-{
-    const ScratchFile file("old");
-    const QString inner = file.beside(u"inner"_s);
-    const QString outer = file.beside(u"outer"_s);
-    QVERIFY(QFile::link(u"localconfig.vdf"_s, inner));
-    QVERIFY(QFile::link(u"inner"_s, outer));
-    QCOMPARE(base::replaceFile(outer, "new"), Replaced::Yes);
-    QVERIFY(QFileInfo(outer).isSymLink());
-    QVERIFY(QFileInfo(inner).isSymLink());
-    QVERIFY(!QFileInfo(file.path()).isSymLink());
-    QCOMPARE(file.read(), QByteArray("new"));
-}
-
-void TestDurableFile::keepsALinkFromAnotherFolder()
-{
-    const ScratchFile file("old");
-    const ScratchFile other("");
-    const QString link = other.beside(u"link"_s);
-    QVERIFY(QFile::link(file.path(), link));
-    QCOMPARE(base::replaceFile(link, "new"), Replaced::Yes);
-    QVERIFY(QFileInfo(link).isSymLink());
-    QCOMPARE(file.read(), QByteArray("new"));
-    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-    QCOMPARE(other.listing(), (QStringList{u"link"_s, u"localconfig.vdf"_s}));
-}
-
-void TestDurableFile::writesThroughALinkThatLeadsNowhere_data()
+void TestDurableFile::keepsLinks_data()
 {
     QTest::addColumn<QString>("link");
-    QTest::newRow("a link") << u"link"_s;
-    QTest::newRow("a link to it") << u"outer"_s;
-    QTest::newRow("a link in another folder") << u"sub/link"_s;
-    QTest::newRow("a link with a whole path") << u"absolute"_s;
+    QTest::addColumn<bool>("leadsToAFile"); // else nowhere: it is made there
+    for (const bool leadsToAFile : {true, false}) {
+        const auto row = [leadsToAFile](const char *name, const QString &link) {
+            QTest::addRow("%s, %s", name, leadsToAFile ? "to a file" : "to nothing yet")
+                << link << leadsToAFile;
+        };
+        row("a link", u"link"_s);
+        row("a link to a link", u"outer"_s);
+        row("a link in another folder", u"sub/link"_s);
+        row("a link with a whole path", u"absolute"_s);
+        row("a link in a linked folder", u"linked/link"_s);
+    }
 }
 
-void TestDurableFile::writesThroughALinkThatLeadsNowhere()
+void TestDurableFile::keepsLinks()
 {
     QFETCH(const QString, link);
-    const ScratchFile file("");
-    QVERIFY(QFile::remove(file.path()));
+    QFETCH(const bool, leadsToAFile);
+    const ScratchFile file("old");
+    if (!leadsToAFile)
+        QVERIFY(QFile::remove(file.path()));
     QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
     QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
     QVERIFY(QFile::link(u"link"_s, file.beside(u"outer"_s)));
     QVERIFY(QFile::link(u"../localconfig.vdf"_s, file.beside(u"sub/link"_s)));
     QVERIFY(QFile::link(file.path(), file.beside(u"absolute"_s)));
+    QVERIFY(QFile::link(u"sub"_s, file.beside(u"linked"_s)));
     QCOMPARE(base::replaceFile(file.beside(link), "new"), Replaced::Yes);
-    QVERIFY(QFileInfo(file.beside(link)).isSymLink());
+    for (const QString &name : {u"link"_s, u"outer"_s, u"sub/link"_s, u"absolute"_s, u"linked"_s})
+        QVERIFY2(QFileInfo(file.beside(name)).isSymLink(), qPrintable(name));
     QVERIFY(!QFileInfo(file.path()).isSymLink());
     QCOMPARE(file.read(), QByteArray("new"));
-    QCOMPARE(file.listing(),
-             (QStringList{u"absolute"_s, u"link"_s, u"localconfig.vdf"_s, u"outer"_s, u"sub"_s}));
+    QCOMPARE(file.listing(), (QStringList{u"absolute"_s, u"link"_s, u"linked"_s,
+                                          u"localconfig.vdf"_s, u"outer"_s, u"sub"_s}));
 }
 
 void TestDurableFile::cannotOpenWhereALinksFolderIsMissing()
@@ -383,10 +354,10 @@ void TestDurableFile::aCopyKeepsOwnerGroupAndMode()
     QCOMPARE(copy.st_mode & 07777, otherMode());
 }
 
-void TestDurableFile::worksWithTheFirstOfAllDescriptors()
+void TestDurableFile::worksWithoutAStandardInput()
 {
     const ScratchFile file("content");
-    const support::FirstDescriptorFree free;
+    const support::WithoutStandardInput without;
     QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
     QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
     QCOMPARE(file.read(), QByteArray("new"));

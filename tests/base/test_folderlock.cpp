@@ -2,8 +2,8 @@
 #include "base/folderlock.h"
 
 #include "support/callwatch.h"
-#include "support/firstdescriptorfree.h"
 #include "support/scratchfile.h"
+#include "support/withoutstandardinput.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -151,11 +151,11 @@ private Q_SLOTS:
         QVERIFY2(timer.elapsed() < 30'000, qPrintable(QString::number(timer.elapsed())));
     }
 
-    void locksWithTheFirstOfAllDescriptors()
+    void locksWithoutAStandardInput()
     {
         const ScratchFile file("content");
         {
-            const support::FirstDescriptorFree free;
+            const support::WithoutStandardInput without;
             QVERIFY(FolderLock(file.folder(), 0).isHeld());
         }
         QVERIFY(FolderLock(file.folder(), 0).isHeld());

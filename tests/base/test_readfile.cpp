@@ -3,8 +3,8 @@
 
 #include "filecontents.h"
 #include "support/callwatch.h"
-#include "support/firstdescriptorfree.h"
 #include "support/scratchfile.h"
+#include "support/withoutstandardinput.h"
 
 #include <QFileInfo>
 #include <QTest>
@@ -208,10 +208,10 @@ private Q_SLOTS:
         QCOMPARE(base::readFile(file.path()), QByteArray("content"));
     }
 
-    void readsWithTheFirstOfAllDescriptors()
+    void readsWithoutAStandardInput()
     {
         const ScratchFile file("content");
-        const support::FirstDescriptorFree free;
+        const support::WithoutStandardInput without;
         QCOMPARE(base::readFile(file.path()), QByteArray("content"));
     }
 

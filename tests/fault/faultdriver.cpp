@@ -1,21 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Calls one of the program's writing functions once and tells what it claims: done (it ends with 0)
-// or not (it ends with 1), and on its output the message or the path that came with the claim. What
-// really is on the disk is for the caller to see.
+// or not (it ends with 1), and on its output the message that came with the claim. What really is
+// on the disk is for the caller to see.
 //
 //   fault-driver edit FILE APPID OPTIONS      setLaunchOptions() with a backup
 //   fault-driver edit-only FILE APPID OPTIONS ... without
-//   fault-driver backup FILE                  writeBackup()
 //   fault-driver plain FILE APPID OPTIONS     the same edit with a plain QSaveFile: the control
 //   fault-driver remember FILE TEXT APPID...  keeps TEXT for each game in the store FILE
-//   fault-driver set-twice FILE KEY A B       sets the store's KEY to A, then at once to B, and
-//                                             tells what the store then reads
-//   fault-driver start-steam FILE             startSteam() while FILE is open
-//   fault-driver shutdown SECONDS             shutdownSteam()
-//   fault-driver wait                         waits until it is killed
 #include "launch/settingsstore.h"
 #include "steam/launchoptionseditor.h"
-#include "steam/steamprocess.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -23,7 +16,6 @@
 #include <QSettings>
 
 #include <cstdio>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -76,26 +68,6 @@ int remember(const QStringList &arguments)
     }));
 }
 
-int setTwice(const QStringList &arguments)
-{
-    QSettings store(arguments[2], QSettings::NativeFormat);
-    const auto set = [&](const QString &value) {
-        return launch::changeStore(
-            store, [&](QSettings &scratch) { scratch.setValue(arguments[3], value); });
-    };
-    const bool first = set(arguments[4]);
-    const bool second = set(arguments[5]);
-    return claim(first && second, store.value(arguments[3]).toString());
-}
-
-int startSteam(const QStringList &arguments)
-{
-    QFile open(arguments[2]);
-    const bool opened = open.open(QIODevice::ReadOnly);
-    steam::startSteam();
-    return claim(opened);
-}
-
 } // namespace
 
 int main(int argc, char **argv)
@@ -107,21 +79,9 @@ int main(int argc, char **argv)
         return edit(arguments, true);
     if (task == "edit-only"_L1)
         return edit(arguments, false);
-    if (task == "backup"_L1) {
-        const QString path = steam::writeBackup(arguments[2]);
-        return claim(!path.isEmpty(), path);
-    }
     if (task == "plain"_L1)
         return plainSave(arguments);
     if (task == "remember"_L1)
         return remember(arguments);
-    if (task == "set-twice"_L1)
-        return setTwice(arguments);
-    if (task == "start-steam"_L1)
-        return startSteam(arguments);
-    if (task == "shutdown"_L1)
-        return claim(steam::shutdownSteam(arguments[2].toInt(), {}));
-    while (task == "wait"_L1)
-        ::pause();
     return 2;
 }

@@ -7,7 +7,6 @@ import random
 import re
 import shutil
 import subprocess
-import sys
 import tempfile
 
 DRIVER = os.environ["MARROWPULSE_FAULT_DRIVER"]
@@ -18,9 +17,6 @@ OLD_OPTIONS = "-old"
 NEW_OPTIONS = "gamemoderun %command% -new"
 OWN_OPTIONS = "-own"
 FILE = "localconfig.vdf"
-
-NOBODY = 65534
-AS_NOBODY = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"]
 
 
 def share(cases, count):
@@ -117,8 +113,8 @@ def run(arguments, asan_option="", **variables):
                           env=environment(asan_option, **variables))
 
 
-def ask(*arguments, prefix=()):
-    return Answer(run([*prefix, DRIVER, *arguments]))
+def ask(*arguments):
+    return Answer(run([DRIVER, *arguments]))
 
 
 class Call:
@@ -175,13 +171,3 @@ def in_parallel(function, cases):
     """The results of the function for each case, two at a time."""
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
         return list(pool.map(function, cases))
-
-
-def main_in_namespace(main, script, *options):
-    """Runs a test's main() in a user namespace of its own, as its root: an ordinary user may mount
-    there, and a program under on-machine sees the processes of this test as its own."""
-    if sys.argv[1:2] == ["--in-namespace"]:
-        del sys.argv[1]
-        main()
-    os.execvp("unshare", ["unshare", "--map-root-user", *options, sys.executable, script,
-                          "--in-namespace", *sys.argv[1:]])

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "launch/launchoptions.h"
 #include "launch/libraryprefix.h"
-#include "sampleoptions.h"
 #include "support/pretendmachine.h"
 
 #include <QDir>
+#include <QTest>
 
 using namespace Qt::StringLiterals;
 using support::PretendMachine;
@@ -36,7 +35,6 @@ private Q_SLOTS:
     void variableGoesBeforeFile();
     void emptyVariableLeavesItToTheFile();
     void folderInPlaceOfTheFile();
-    void prefixFromFileInLaunchOptions();
 };
 
 void TestLibraryPrefix::neitherVariableNorFile()
@@ -110,16 +108,6 @@ void TestLibraryPrefix::folderInPlaceOfTheFile()
     const PretendMachine machine;
     QVERIFY(QDir().mkpath(prefixFile(machine)));
     QCOMPARE(launch::readLibraryPrefix(), u""_s);
-}
-
-void TestLibraryPrefix::prefixFromFileInLaunchOptions()
-{
-    const PretendMachine machine;
-    machine.write(prefixFile(machine), "  /x/lib\n");
-    const QString options = launch::composeLaunchOptions({}, displayGpu(), displayGpu(),
-                                                         launch::readLibraryPrefix(), {}, 60);
-    QVERIFY2(options.startsWith("MARROWPULSE=1 LD_LIBRARY_PATH=/x/lib GAMESCOPE_FRAMEGEN=auto "_L1),
-             qPrintable(options));
 }
 
 QTEST_GUILESS_MAIN(TestLibraryPrefix)

@@ -4,7 +4,6 @@
 #include "launch/settingsstore.h"
 #include "support/callwatch.h"
 #include "support/filesizelimit.h"
-#include "support/firstdescriptorfree.h"
 #include "support/scratchfile.h"
 
 #include <QCoreApplication>
@@ -186,6 +185,23 @@ private Q_SLOTS:
         QCOMPARE(launch::originalLaunchOptions(store, u"9"_s), u"-theirs"_s);
     }
 
+    void whatAnotherWindowChangesBetweenTwoSavesIsKept()
+    {
+        const ScratchFile file("", storeName);
+        QSettings store(file.path(), QSettings::NativeFormat);
+        const auto saveCap = [&store] {
+            return launch::changeStore(
+                store, [](QSettings &scratch) { scratch.setValue(u"config/9/caphz"_s, 60); });
+        };
+        QVERIFY(saveCap());
+        file.write("[config]\n9\\caphz=75\n9\\holdback=2\n");
+        QVERIFY(saveCap());
+        // Who saves last decides about a key, and about no other one.
+        QCOMPARE(file.read(), QByteArray("[config]\n9\\caphz=60\n9\\holdback=2\n"));
+        QCOMPARE(store.value(u"config/9/caphz"_s).toInt(), 60);
+        QCOMPARE(store.value(u"config/9/holdback"_s).toInt(), 2);
+    }
+
     /// A clock's tick is longer than a change takes.
     void changesOfEqualSizeAreSeenAtOnce()
     {
@@ -237,39 +253,19 @@ private Q_SLOTS:
         QCOMPARE(ScratchFile::readFrom(path), QByteArray("[original]\n9=-novid\n"));
     }
 
-    void linksStay_data()
-    {
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<QByteArray>("left");
-        QTest::newRow("to a store") << u"store.conf"_s << twoOriginals;
-        QTest::newRow("to nothing") << u"new.conf"_s << QByteArray("[original]\n9=-novid\n");
-        QTest::newRow("to nothing in no folder") << u"missing/new.conf"_s << QByteArray();
-    }
-    void linksStay()
-    {
-        QFETCH(const QString, target);
-        QFETCH(const QByteArray, left);
-        const ScratchFile file(oneOriginal, storeName);
-        const ScratchFile other("", u"other"_s);
-        const QString link = other.beside(u"link.conf"_s);
-        QVERIFY(QFile::link(file.beside(target), link));
-        QSettings store(link, QSettings::NativeFormat);
-        QCOMPARE(keep(store, u"-novid"_s), !left.isEmpty());
-        QCOMPARE(QFileInfo(link).symLinkTarget(), file.beside(target));
-        QCOMPARE(other.listing(), (QStringList{u"link.conf"_s, u"other"_s}));
-        if (left.isEmpty())
-            QCOMPARE(file.listing(), QStringList{storeName});
-        else
-            QCOMPARE(ScratchFile::readFrom(file.beside(target)), left);
-    }
-
-    void theModeStays()
+    void aLinkAndTheModeStay()
     {
         const ScratchFile file(oneOriginal, storeName);
         ScratchFile::setMode(file.path(), 0640);
-        QSettings store(file.path(), QSettings::NativeFormat);
+        const ScratchFile other("", u"other"_s);
+        const QString link = other.beside(u"link.conf"_s);
+        QVERIFY(QFile::link(file.path(), link));
+        QSettings store(link, QSettings::NativeFormat);
         QVERIFY(keep(store, u"-novid"_s));
+        QCOMPARE(QFileInfo(link).symLinkTarget(), file.path());
+        QCOMPARE(file.read(), twoOriginals);
         QCOMPARE(ScratchFile::mode(file.path()), 0640);
+        QCOMPARE(other.listing(), (QStringList{u"link.conf"_s, u"other"_s}));
     }
 
     void aMalformedFileIsMended_data()
@@ -422,30 +418,6 @@ private Q_SLOTS:
         QVERIFY(file.read() == before + "9=" + longOptions.toLatin1() + '\n');
     }
 
-    /// Wherever on the way it becomes full.
-    void aDiskThatFillsUpChangesNothing_data()
-    {
-        QTest::addColumn<int>("filesBefore");
-        for (int i = 0; i < 6; ++i)
-            QTest::addRow("after %d files", i) << i;
-    }
-    void aDiskThatFillsUpChangesNothing()
-    {
-        QFETCH(const int, filesBefore);
-        const ScratchFile file(oneOriginal, storeName);
-        QSettings store(file.path(), QSettings::NativeFormat);
-        bool kept = false;
-        {
-            std::optional<FileSizeLimit> fullDisk;
-            CallWatch watch;
-            watch.before(
-                "make a file", [&fullDisk] { fullDisk.emplace(0); }, filesBefore);
-            kept = keep(store, u"-novid"_s);
-        }
-        QCOMPARE(file.read(), kept ? twoOriginals : oneOriginal);
-        QCOMPARE(launch::originalLaunchOptions(store, u"400"_s), u"-first"_s);
-    }
-
     void aFullDiskGetsNoNewStore()
     {
         const ScratchFile file("", u"other"_s);
@@ -522,15 +494,6 @@ private Q_SLOTS:
         QVERIFY(!keep(store, u"-novid"_s));
         QCOMPARE(file.read(), oneOriginal);
         QCOMPARE(file.listing(), QStringList{storeName});
-    }
-
-    void worksWithTheFirstOfAllDescriptors()
-    {
-        const ScratchFile file(oneOriginal, storeName);
-        QSettings store(file.path(), QSettings::NativeFormat);
-        const support::FirstDescriptorFree free;
-        QVERIFY(keep(store, u"-novid"_s));
-        QCOMPARE(file.read(), twoOriginals);
     }
 
 private:

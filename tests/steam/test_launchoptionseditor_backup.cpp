@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "steam/launchoptionseditor.h"
 
-#include "support/filesizelimit.h"
 #include "support/scratchfile.h"
 
 #include <QDateTime>
@@ -9,7 +8,6 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-using support::FileSizeLimit;
 using support::ScratchFile;
 
 class TestLaunchOptionsEditorBackup : public QObject
@@ -18,14 +16,11 @@ class TestLaunchOptionsEditorBackup : public QObject
 
 private Q_SLOTS:
     void nameHoldsTheSecond();
-    void copyOfEveryByte_data();
-    void copyOfEveryByte();
     void nameTakenInTheSameSecond_data();
     void nameTakenInTheSameSecond();
     void backupsPileUp();
     void backupOfALinkIsAFile();
     void noBackupOfNoFile();
-    void noPartOfABackup();
     void editWithABackup();
     void editWithoutABackup();
 };
@@ -57,25 +52,6 @@ void TestLaunchOptionsEditorBackup::nameHoldsTheSecond()
     const QString second = backup.mid((file.folder() + u'/' + infix).size());
     QCOMPARE(second, QString::number(second.toLongLong()));
     QVERIFY(second.toLongLong() >= before && second.toLongLong() <= after);
-}
-
-void TestLaunchOptionsEditorBackup::copyOfEveryByte_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::newRow("empty") << QByteArray();
-    QTest::newRow("text") << QByteArray("\"apps\"\r\n{\n}\n");
-    QTest::newRow("odd bytes") << QByteArray("\xef\xbb\xbf\0\xff\xc3", 6);
-    QTest::newRow("2 MB") << QByteArray(2'000'000, 'x');
-}
-
-void TestLaunchOptionsEditorBackup::copyOfEveryByte()
-{
-    QFETCH(QByteArray, content);
-    const ScratchFile file(content);
-    const QString backup = steam::writeBackup(file.path());
-    QVERIFY(ScratchFile::readFrom(backup) == content);
-    QVERIFY(file.read() == content);
-    QCOMPARE(file.listing().size(), 2);
 }
 
 void TestLaunchOptionsEditorBackup::nameTakenInTheSameSecond_data()
@@ -141,18 +117,6 @@ void TestLaunchOptionsEditorBackup::noBackupOfNoFile()
     const ScratchFile file("content");
     QCOMPARE(steam::writeBackup(file.beside(u"missing.vdf"_s)), u""_s);
     QCOMPARE(steam::writeBackup(file.folder()), u""_s);
-    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-}
-
-void TestLaunchOptionsEditorBackup::noPartOfABackup()
-{
-    const ScratchFile file(QByteArray(100'000, 'x'));
-    QString backup = u"none"_s;
-    {
-        const FileSizeLimit limit(99'999);
-        backup = steam::writeBackup(file.path());
-    }
-    QCOMPARE(backup, u""_s);
     QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
 }
 

@@ -36,7 +36,6 @@ private Q_SLOTS:
     void executablePath_data();
     void executablePath();
     void aClientWhoseFileWasReplacedRuns();
-    void exitedClientIsGone();
     void exitedButUnreapedClientIsGone();
 
     void startsTheClient();
@@ -193,17 +192,6 @@ void TestSteamProcess::aClientWhoseFileWasReplacedRuns()
     writePid(machine, process.pid());
     QVERIFY(QFile::remove(program)); // as an update does while Steam runs
     QVERIFY(steam::isSteamRunning());
-}
-
-void TestSteamProcess::exitedClientIsGone()
-{
-    PretendMachine machine;
-    machine.installSteam();
-    machine.startSteamClient();
-    const QByteArray pid = pidOfClient(machine);
-    machine.killSteamClient();
-    QTRY_VERIFY(!steam::isSteamRunning());
-    QCOMPARE(pidOfClient(machine), pid); // the stale pid file is still there
 }
 
 void TestSteamProcess::exitedButUnreapedClientIsGone()

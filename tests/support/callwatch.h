@@ -37,13 +37,11 @@ public:
         timesLeft = times;
         sparedLeft = spared;
     }
-    /// Does something just before one call of that name, after the first `spared` ones: what
-    /// another program does then.
-    void before(const QByteArray &call, std::function<void()> what, int spared = 0)
+    /// Does something just before the first call of that name: what another program does then.
+    void before(const QByteArray &call, std::function<void()> what)
     {
         awaited = call;
         action = std::move(what);
-        actionSparedLeft = spared;
     }
     /// The names of the syncs and renames so far, in their order.
     const QByteArrayList &order() const { return noted; }
@@ -59,7 +57,7 @@ public:
     {
         if (!current)
             return false;
-        if (current->action && current->awaited == call && current->actionSparedLeft-- == 0)
+        if (current->action && current->awaited == call)
             std::exchange(current->action, nullptr)();
         if (current->failing != call || current->timesLeft == 0)
             return false;
@@ -79,7 +77,6 @@ private:
     QByteArrayList noted;
     QByteArray awaited;
     std::function<void()> action;
-    int actionSparedLeft = 0;
     QByteArray failing;
     int errorNumber = 0;
     int timesLeft = 0;
@@ -91,8 +88,7 @@ inline int watchedOpen(const char *path, int flags, va_list more)
     const char *slash = std::strrchr(path, '/');
     const QByteArray name(slash ? slash + 1 : path);
     const bool isReading = (flags & O_ACCMODE) == O_RDONLY;
-    const bool isNameless = (flags & O_TMPFILE) == O_TMPFILE;
-    if (CallWatch::isToFail(isNameless ? "make a file" : (isReading ? "read " : "write ") + name))
+    if (CallWatch::isToFail((isReading ? "read " : "write ") + name))
         return -1;
     const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, mode_t) : 0;
     return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
@@ -101,8 +97,7 @@ inline int watchedOpen(const char *path, int flags, va_list more)
 } // namespace support
 
 // What each is called in a test: "sync a file" and "sync a folder", "rename", "change the mode",
-// "change the owner", "change the times", "lock", and "read NAME" or "write NAME" for opening it,
-// and "make a file" for one that has no name yet.
+// "change the owner", "change the times", "lock", and "read NAME" or "write NAME" for opening it.
 extern "C" {
 
 int fsync(int descriptor)
