@@ -17,6 +17,12 @@ QString warningBox(const QString &text);
 /// How a question of the program is noted: Yes and No, neither of them the explicit default.
 QString questionBox(const QString &text);
 
+/// The questions of an Apply.
+inline const QString closeQuestion = QStringLiteral(
+    "Steam stores launch options in a file it rewrites on exit, so it must be closed to apply "
+    "changes.\n\nClose Steam now? (It will be restarted afterwards.)");
+inline const QString restartQuestion = QStringLiteral("Changes applied. Restart Steam now?");
+
 /// Waits for message boxes while it lives and clicks the next of `answers` in each. Compare shown()
 /// with what was to come: a box that did not come is missing there, one that was not expected is
 /// there as well (it is closed with Esc). Noted are kind, title, buttons and text and, where it is

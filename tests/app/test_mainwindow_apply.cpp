@@ -11,8 +11,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-const auto restartQuestion = u"Changes applied. Restart Steam now?"_s;
-
 /// The sample's text with the app's value line in it changed from `before` to `after`.
 QByteArray changed(const QByteArray &text, const QString &before, const QString &after)
 {
@@ -56,33 +54,6 @@ private Q_SLOTS:
         QVERIFY(user.isTicked(u"Alpha"_s));
         QCOMPARE(machine.steamCalls(), QStringList());
         QVERIFY(!QGuiApplication::overrideCursor());
-    }
-
-    void yesToTheRestartStartsSteam()
-    {
-        const PlayersMachine machine;
-        machine.addSteamCommand();
-        machine.installGames({{u"100"_s, u"Alpha"_s}});
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Yes});
-        user.click(user.applyButton);
-        QCOMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
-        QTRY_COMPARE(machine.steamCalls(), QStringList{QString()}); // without arguments
-        QTRY_VERIFY(machine.isSteamClientRunning());
-    }
-
-    void altAApplies()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, QString()}});
-        const QByteArray before = machine.readLocalConfig();
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::No});
-        QTest::keyClick(&user.window, Qt::Key_A, Qt::AltModifier);
-        QTRY_COMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
-        QCOMPARE(machine.readLocalConfig(), changed(before, QString(), defaultOptions));
     }
 
     void nothingPendingDoesNothing()
@@ -304,6 +275,7 @@ private Q_SLOTS:
         machine.addXrandr("   2560x1440    143.97*+\n");
         machine.installGames({{u"100"_s, u"Alpha"_s}});
         WindowUser user;
+        QCOMPARE(user.frameCapCheck->text(), u"Limit frame rate to 108 fps (smoother)"_s);
         user.toggle(u"Alpha"_s);
         const MessageBoxAnswers boxes({QMessageBox::No});
         user.click(user.applyButton);

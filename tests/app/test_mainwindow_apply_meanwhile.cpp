@@ -2,10 +2,8 @@
 #include "modaldialogs.h"
 #include "windowuser.h"
 
-#include <QCloseEvent>
 #include <QDialog>
 #include <QFile>
-#include <QProgressDialog>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -13,7 +11,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-const auto restartQuestion = u"Changes applied. Restart Steam now?"_s;
 const auto nothingPending = u"No pending changes."_s;
 
 /// Takes the changes that are pending to Steam's file, with Steam closed and not restarted.
@@ -132,28 +129,6 @@ private Q_SLOTS:
         QVERIFY(machine.readLocalConfig().contains("\"-mended\""));
     }
 
-    void optionsThatTheStoreCannotHoldBlockTheirOwnGameOnly()
-    {
-        const PlayersMachine machine;
-        machine.installGames(
-            {{u"100"_s, u"Alpha"_s, u"\ufeff-odd"_s}, {u"200"_s, u"Beta"_s, u"-plain"_s}});
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        user.toggle(u"Beta"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
-        user.click(user.applyButton);
-        QCOMPARE(
-            boxes.shown(),
-            (QStringList{warningBox("Some changes failed:\n100: could not write backup for "_L1 +
-                                    machine.storePath()),
-                         questionBox(restartQuestion)}));
-        QVERIFY(machine.readLocalConfig().contains(u"\"\ufeff-odd\""_s.toUtf8()));
-        QVERIFY(machine.readLocalConfig().contains(defaultOptions.toUtf8()));
-        QCOMPARE(machine.storedValues().value(u"original/200"_s), u"-plain"_s);
-        QVERIFY(!machine.storedValues().contains(u"original/100"_s));
-        QCOMPARE(machine.storedValues().value(u"config/100/framegen"_s), u"true"_s);
-    }
-
     void whatAnotherWindowKeptIsGivenBack_data()
     {
         QTest::addColumn<bool>("refreshed");
@@ -257,24 +232,6 @@ private Q_SLOTS:
         QCOMPARE(boxes.shown(), QStringList());
         QCOMPARE(machine.readLocalConfig(), before);
         QVERIFY(user.previewLabel->text().contains(u"GAMESCOPE_FRAMEGEN_DEBUG=1"_s));
-    }
-
-    void applyIsNotBegunTwiceWhileSteamCloses()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}});
-        machine.startSteamClient();
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::No});
-        const DialogVisit<QProgressDialog> waiting(
-            [&](QProgressDialog *) { user.applyButton->click(); });
-        user.click(user.applyButton);
-        QVERIFY(waiting.hasCome());
-        QCOMPARE(boxes.shown().size(), 2);
-        QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
-        QCOMPARE(machine.backups().size(), 1);
-        QCOMPARE(user.statusLabel->text(), nothingPending);
     }
 };
 
