@@ -39,70 +39,63 @@ class TestMainWindowEditing : public QObject
 private Q_SLOTS:
     void everyControlWritesItsField_data()
     {
+        QTest::addColumn<QString>("from"); // the part of the default options that changes
+        QTest::addColumn<QString>("to");
+        QTest::addColumn<QString>("stored"); // by Apply
         QTest::addColumn<Edit>("edit");
-        QTest::addColumn<QString>("preview");
-        QTest::addColumn<QString>("key"); // that Apply stores differently from a default record
-        QTest::addColumn<QString>("value");
-        QTest::newRow("upscaling off") << Edit([](WindowUser &user) {
-            user.click(user.upscalingCheck);
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1920 -h 1080 -W 1920 -H 1080 -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                       << u"upscaling"_s << u"false"_s;
-        QTest::newRow("render resolution") << Edit([](WindowUser &user) {
-            user.choose(user.renderResCombo, 3);
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1600 -h 900 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                           << u"renderW"_s << u"1600"_s;
-        QTest::newRow("output resolution") << Edit([](WindowUser &user) {
-            user.choose(user.outputResCombo, 0);
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 3840 -H 2160 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                           << u"outputH"_s << u"2160"_s;
-        QTest::newRow("frame generation off") << Edit([](WindowUser &user) {
-            user.click(user.framegenCheck);
-        }) << u"MARROWPULSE=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                              << u"framegen"_s << u"false"_s;
-        QTest::newRow("method LSFG") << Edit([](WindowUser &user) {
-            user.choose(user.methodCombo, 1);
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 GAMESCOPE_FRAMEGEN_BACKEND=lsfg MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                     << u"fgbackend"_s << u"1"_s;
-        QTest::newRow("hold-back of two frames") << Edit([](WindowUser &user) {
-            user.choose(user.holdbackCombo, 1);
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=2 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                                 << u"holdback"_s << u"2"_s;
-        QTest::newRow("frame cap off") << Edit([](WindowUser &user) {
-            user.click(user.frameCapCheck);
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -f --force-windows-fullscreen -g -- %command%"_s
-                                       << u"framecap"_s << u"false"_s;
-        QTest::newRow("exact cap, in the dialog") << Edit([](WindowUser &user) {
-            useAdvancedDialog(user, [](AdvancedDialog *dialog) {
-                auto *spin = dialog->findChild<QSpinBox *>(u"capSpin"_s);
-                spin->selectAll();
-                QTest::keyClicks(spin, u"77"_s);
-            });
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 77 -f --force-windows-fullscreen -g -- %command%"_s
-                                                  << u"caphz"_s << u"77"_s;
-        QTest::newRow("interpolation after upscaling, in the dialog") << Edit([](WindowUser &user) {
-            useAdvancedDialog(user, [](AdvancedDialog *dialog) {
-                WindowUser::click(dialog->findChild<QCheckBox *>(u"renderResolutionCheck"_s));
-            });
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                                                      << u"renderres"_s
-                                                                      << u"false"_s;
-        QTest::newRow("pacing, in the dialog") << Edit([](WindowUser &user) {
-            useAdvancedDialog(user, [](AdvancedDialog *dialog) {
-                WindowUser::choose(dialog->findChild<QComboBox *>(u"pacingCombo"_s), 2);
-            });
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 MARROWPULSE_LOW_LATENCY=1.4 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                               << u"pacing"_s << u"14"_s;
-        QTest::newRow("overlay, in the dialog") << Edit([](WindowUser &user) {
-            useAdvancedDialog(user, [](AdvancedDialog *dialog) {
-                WindowUser::click(dialog->findChild<QCheckBox *>(u"overlayCheck"_s));
-            });
-        }) << u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 GAMESCOPE_FRAMEGEN_DEBUG=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%"_s
-                                                << u"debugoverlay"_s << u"true"_s;
+        const auto row = [](const char *name, const QString &from, const QString &to,
+                            const QString &stored, const Edit &edit) {
+            QTest::newRow(name) << from << to << stored << edit;
+        };
+        const auto inDialog = [&row](const char *name, const QString &from, const QString &to,
+                                     const QString &stored,
+                                     const std::function<void(AdvancedDialog *)> &work) {
+            row(name, from, to, stored,
+                [work](WindowUser &user) { useAdvancedDialog(user, work); });
+        };
+        row("upscaling off", u"-w 1280 -h 720 -W 1920 -H 1080 -F fsr"_s,
+            u"-w 1920 -h 1080 -W 1920 -H 1080"_s, u"upscaling=false"_s,
+            [](WindowUser &user) { user.click(user.upscalingCheck); });
+        row("render resolution", u"-w 1280 -h 720"_s, u"-w 1600 -h 900"_s, u"renderW=1600"_s,
+            [](WindowUser &user) { user.choose(user.renderResCombo, 3); });
+        row("output resolution", u"-W 1920 -H 1080"_s, u"-W 3840 -H 2160"_s, u"outputH=2160"_s,
+            [](WindowUser &user) { user.choose(user.outputResCombo, 0); });
+        row("frame generation off",
+            u"GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 "_s,
+            u""_s, u"framegen=false"_s, [](WindowUser &user) { user.click(user.framegenCheck); });
+        row("method LSFG", u"_HOLDBACK=1"_s, u"_HOLDBACK=1 GAMESCOPE_FRAMEGEN_BACKEND=lsfg"_s,
+            u"fgbackend=1"_s, [](WindowUser &user) { user.choose(user.methodCombo, 1); });
+        row("hold-back of two frames", u"_HOLDBACK=1"_s, u"_HOLDBACK=2"_s, u"holdback=2"_s,
+            [](WindowUser &user) { user.choose(user.holdbackCombo, 1); });
+        row("frame cap off", u" -r 45"_s, u""_s, u"framecap=false"_s,
+            [](WindowUser &user) { user.click(user.frameCapCheck); });
+        inDialog("exact cap, in the dialog", u" -r 45"_s, u" -r 77"_s, u"caphz=77"_s,
+                 [](AdvancedDialog *dialog) {
+                     auto *spin = dialog->findChild<QSpinBox *>(u"capSpin"_s);
+                     spin->selectAll();
+                     QTest::keyClicks(spin, u"77"_s);
+                 });
+        inDialog("interpolation after upscaling, in the dialog", u"MARROWPULSE_FG_RENDER_RES=1 "_s,
+                 u""_s, u"renderres=false"_s, [](AdvancedDialog *dialog) {
+                     WindowUser::click(dialog->findChild<QCheckBox *>(u"renderResolutionCheck"_s));
+                 });
+        inDialog("pacing, in the dialog", u"_RENDER_RES=1"_s,
+                 u"_RENDER_RES=1 MARROWPULSE_LOW_LATENCY=1.4"_s, u"pacing=14"_s,
+                 [](AdvancedDialog *dialog) {
+                     WindowUser::choose(dialog->findChild<QComboBox *>(u"pacingCombo"_s), 2);
+                 });
+        inDialog("overlay, in the dialog", u"_RENDER_RES=1"_s,
+                 u"_RENDER_RES=1 GAMESCOPE_FRAMEGEN_DEBUG=1"_s, u"debugoverlay=true"_s,
+                 [](AdvancedDialog *dialog) {
+                     WindowUser::click(dialog->findChild<QCheckBox *>(u"overlayCheck"_s));
+                 });
     }
     void everyControlWritesItsField()
     {
+        QFETCH(const QString, from);
+        QFETCH(const QString, to);
+        QFETCH(const QString, stored);
         QFETCH(const Edit, edit);
-        QFETCH(const QString, key);
         const PlayersMachine machine;
         machine.installLosslessScaling();
         machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
@@ -110,14 +103,14 @@ private Q_SLOTS:
         QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
 
         edit(user);
-        QTEST(user.previewLabel->text(), "preview");
+        QCOMPARE(user.previewLabel->text(), QString(defaultOptions).replace(from, to));
         QCOMPARE(user.statusLabel->text(),
                  u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
         QVERIFY(user.applyButton->isEnabled());
 
         const MessageBoxAnswers boxes({QMessageBox::No});
         user.click(user.applyButton);
-        QTEST(machine.storedValues().value("config/100/"_L1 + key), "value");
+        QVERIFY(machine.read(machine.storePath()).contains("\n100\\" + stored.toUtf8() + '\n'));
     }
 
     void controlsThatDoNotApplyAreGrey_data()

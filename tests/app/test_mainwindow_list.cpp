@@ -34,15 +34,6 @@ class TestMainWindowList : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void listsTheGamesByName()
-    {
-        const PlayersMachine machine;
-        machine.installGames(
-            {{u"300"_s, u"Alpha"_s}, {u"100"_s, u"Gamma"_s}, {u"200"_s, u"Beta"_s}});
-        const WindowUser user;
-        QCOMPARE(names(user), (QStringList{u"Alpha"_s, u"Beta"_s, u"Gamma"_s}));
-    }
-
     void anItemIsAGameThatCanBeTicked()
     {
         const PlayersMachine machine;
@@ -63,34 +54,6 @@ private Q_SLOTS:
         QCOMPARE(beta->data(Qt::UserRole), QVariant(u"200"_s));
         QCOMPARE(beta->checkState(), Qt::Checked);
         QVERIFY(!beta->data(Qt::DecorationRole).isValid());
-    }
-
-    void toolTipTellsOfCustomLaunchOptions_data()
-    {
-        QTest::addColumn<QString>("launchOptions");
-        QTest::addColumn<bool>("isTicked");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("none") << QString() << false << QString();
-        QTest::newRow("the user's own")
-            << u"gamemoderun %command%"_s << false
-            << u"Has custom launch options; enabling will replace them (restored on disable):\ngamemoderun %command%"_s;
-        QTest::newRow("written by this program") << defaultOptions << true << QString();
-        QTest::newRow("written by this program, disabled since")
-            << defaultOptions << false << QString();
-    }
-    void toolTipTellsOfCustomLaunchOptions()
-    {
-        QFETCH(const QString, launchOptions);
-        QFETCH(const bool, isTicked);
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, launchOptions}});
-        WindowUser user;
-        if (user.isTicked(u"Alpha"_s) != isTicked) {
-            user.toggle(u"Alpha"_s);
-            user.click(user.refreshButton);
-        }
-        QCOMPARE(user.isTicked(u"Alpha"_s), isTicked);
-        QTEST(user.item(u"Alpha"_s)->toolTip(), "expected");
     }
 
     void rowsHaveOneHeightAndRoomForThePicture()
@@ -279,16 +242,6 @@ private Q_SLOTS:
         QVERIFY(user.item(u"Alpha"_s)->toolTip().endsWith("\n-new"_L1));
     }
 
-    void altRRefreshes()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}});
-        WindowUser user;
-        machine.addGame(u"200"_s, u"Beta"_s);
-        QTest::keyClick(&user.window, Qt::Key_R, Qt::AltModifier);
-        QTRY_COMPARE(user.gameList->count(), 2);
-    }
-
     void waitCursorShowsDuringARefreshOnly()
     {
         const PlayersMachine machine;
@@ -332,19 +285,6 @@ private Q_SLOTS:
                      state == Qt::Checked ? Qt::Unchecked : Qt::Checked);
             QTest::keyClick(user.gameList, Qt::Key_Space);
         }
-    }
-
-    void aGameInTwoLibrariesIsListedTwice()
-    {
-        PlayersMachine machine;
-        const QString second = machine.addLibrary(u"Games"_s);
-        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
-        machine.addGame(u"100"_s, u"Alpha"_s, second);
-        WindowUser user;
-        QCOMPARE(names(user), (QStringList{u"Alpha"_s, u"Alpha"_s, u"Beta"_s}));
-        user.toggle(u"Alpha"_s);
-        QCOMPARE(user.statusLabel->text(),
-                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
     }
 };
 

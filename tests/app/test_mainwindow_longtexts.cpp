@@ -199,27 +199,6 @@ private Q_SLOTS:
         QVERIFY2(gap >= 0 && gap <= user.advancedButton->height(), QByteArray::number(gap));
     }
 
-    void theEndOfLongLaunchOptionsCanBeReached_data()
-    {
-        QTest::addColumn<QString>("options");
-        QTest::newRow("words") << u"--an-option value "_s.repeated(112).left(2000);
-        QTest::newRow("unbroken") << QString(2000, u'x');
-    }
-    void theEndOfLongLaunchOptionsCanBeReached()
-    {
-        QFETCH(const QString, options);
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, options}});
-        const WindowUser user;
-        const QLabel *preview = user.previewLabel;
-        QVERIFY(preview->textInteractionFlags() & Qt::TextSelectableByMouse);
-        // Scrolled by the area around it, it has the room that its text needs.
-        QVERIFY(preview->height() >= preview->heightForWidth(preview->width()));
-        const int needed = preview->fontMetrics().horizontalAdvance(options);
-        const int room = preview->width() * (preview->height() / preview->fontMetrics().height());
-        QVERIFY2(room >= needed, qPrintable(u"%1 of %2"_s.arg(room).arg(needed)));
-    }
-
     void launchOptionsThatLookLikeMarkupAreShownAsTheyAre_data()
     {
         QTest::addColumn<QString>("options");
@@ -257,51 +236,6 @@ private Q_SLOTS:
         QCOMPARE(QAccessible::queryAccessibleInterface(user.settingsGroup)->text(QAccessible::Name),
                  "Game settings: "_L1 + name);
         QCOMPARE(user.gameList->item(0)->text(), name);
-    }
-
-    void aGamesNameMarkAndToolTipReachAScreenReader()
-    {
-        const PlayersMachine machine;
-        machine.installGames(
-            {{u"100"_s, u"Alpha"_s, u"-x"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
-        const WindowUser user;
-        QAccessibleInterface *list = QAccessible::queryAccessibleInterface(user.gameList);
-        QCOMPARE(list->text(QAccessible::Name), u"Games"_s);
-        QCOMPARE(list->child(0)->text(QAccessible::Name), u"Alpha"_s);
-        QCOMPARE(list->child(1)->text(QAccessible::Name), u"Beta"_s);
-        QVERIFY(!list->child(0)->state().checked);
-        QVERIFY(list->child(1)->state().checked);
-        QVERIFY(list->child(1)->state().checkable);
-        QCOMPARE(
-            list->child(0)->text(QAccessible::Description),
-            u"Has custom launch options; enabling will replace them (restored on disable):\n-x"_s);
-    }
-
-    void controlsHaveTheirLabelsAsAccessibleNames_data()
-    {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("rendering GPU") << u"renderGpuCombo"_s << u"Rendering GPU:"_s;
-        QTest::newRow("render resolution") << u"renderResCombo"_s << u"Render resolution:"_s;
-        QTest::newRow("output resolution") << u"outputResCombo"_s << u"Output resolution:"_s;
-        QTest::newRow("method") << u"methodCombo"_s << u"Method:"_s;
-        QTest::newRow("hold-back") << u"holdbackCombo"_s << u"Hold-back:"_s;
-    }
-    void controlsHaveTheirLabelsAsAccessibleNames()
-    {
-        QFETCH(const QString, control);
-        const PlayersMachine machine;
-        const WindowUser user;
-        // On Linux a combo box's name to a screen reader is that of the label it is related to.
-        QStringList labels;
-        for (const auto &relation :
-             QAccessible::queryAccessibleInterface(user.window.findChild<QWidget *>(control))
-                 ->relations(QAccessible::Label)) {
-            if (relation.first->role() == QAccessible::StaticText)
-                labels.append(relation.first->text(QAccessible::Name));
-        }
-        QCOMPARE(labels.size(), 1);
-        QTEST(labels.first(), "name");
     }
 };
 

@@ -151,6 +151,7 @@ private Q_SLOTS:
         QCOMPARE(user.statusLabel->text(),
                  u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
         user.choose(user.renderGpuCombo, 0);
+        QCOMPARE(user.previewLabel->text(), defaultOptions);
         QCOMPARE(user.statusLabel->text(),
                  u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
         user.select(u"Beta"_s);

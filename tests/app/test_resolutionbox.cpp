@@ -27,37 +27,50 @@ class TestResolutionBox : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void pageKeysStepFromTheShownSize_data()
+    void keysStepFromTheShownSize_data()
     {
-        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("from");
         QTest::addColumn<Qt::Key>("key");
         QTest::addColumn<QString>("shown");
+        QTest::newRow("up from an item") << u"1280x720"_s << Qt::Key_Up << u"1600x900"_s;
+        QTest::newRow("down from an item") << u"1280x720"_s << Qt::Key_Down << u"960x540"_s;
+        QTest::newRow("page up from an item") << u"1600x900"_s << Qt::Key_PageUp << u"1920x1080"_s;
         QTest::newRow("page down from an item")
             << u"1600x900"_s << Qt::Key_PageDown << u"1280x720"_s;
-        QTest::newRow("page up from an item") << u"1600x900"_s << Qt::Key_PageUp << u"1920x1080"_s;
-        QTest::newRow("page down from another size")
-            << u"2000x1000"_s << Qt::Key_PageDown << u"1920x1080"_s;
-        QTest::newRow("page up from another size")
-            << u"2000x1000"_s << Qt::Key_PageUp << u"2560x1440"_s;
-        QTest::newRow("page down from another size of an item's width")
-            << u"1920x1000"_s << Qt::Key_PageDown << u"1920x1080"_s;
-        QTest::newRow("page up from another size of an item's width")
-            << u"1920x1000"_s << Qt::Key_PageUp << u"2560x1440"_s;
-        QTest::newRow("page down from a size with blanks around it")
-            << u" 1600x1000 "_s << Qt::Key_PageDown << u"1600x900"_s;
-        QTest::newRow("page up from a width below zero")
-            << u"-1x1"_s << Qt::Key_PageUp << u"854x480"_s;
+        QTest::newRow("up from another size") << u"1000x600"_s << Qt::Key_Up << u"1280x720"_s;
+        QTest::newRow("down from another size") << u"1000x600"_s << Qt::Key_Down << u"960x540"_s;
+        QTest::newRow("up from another size of an item's width")
+            << u"1920x1000"_s << Qt::Key_Up << u"2560x1440"_s;
+        QTest::newRow("down from another size of an item's width")
+            << u"1920x1000"_s << Qt::Key_Down << u"1920x1080"_s;
+        QTest::newRow("down from a size with blanks around it")
+            << u" 1600x1000 "_s << Qt::Key_Down << u"1600x900"_s;
+        QTest::newRow("up from the largest") << u"3840x2160"_s << Qt::Key_Up << u"3840x2160"_s;
+        QTest::newRow("down from the smallest") << u"854x480"_s << Qt::Key_Down << u"854x480"_s;
+        QTest::newRow("up from above the largest")
+            << u"7680x4320"_s << Qt::Key_Up << u"7680x4320"_s;
+        QTest::newRow("down from above the largest")
+            << u"7680x4320"_s << Qt::Key_Down << u"3840x2160"_s;
+        QTest::newRow("up from below the smallest") << u"640x360"_s << Qt::Key_Up << u"854x480"_s;
+        QTest::newRow("down from below the smallest")
+            << u"640x360"_s << Qt::Key_Down << u"640x360"_s;
     }
-
-    void pageKeysStepFromTheShownSize()
+    void keysStepFromTheShownSize()
     {
-        QFETCH(QString, typed);
+        QFETCH(QString, from);
         QFETCH(Qt::Key, key);
         ResolutionBox box;
-        box.setEditText(typed);
+        box.setEditText(from);
         QTest::keyClick(&box, key);
         QTEST(box.currentText(), "shown");
-        QTEST(box.itemText(box.currentIndex()), "shown"); // where its list opens
+    }
+
+    void theListOpensWhereAKeyHasLed()
+    {
+        ResolutionBox box;
+        box.setEditText(u"1000x600"_s);
+        QTest::keyClick(&box, Qt::Key_Down);
+        QCOMPARE(box.itemText(box.currentIndex()), u"960x540"_s);
     }
 
     void aKeyStepsBackToTheItemThatWasTypedOver()
