@@ -35,13 +35,6 @@ class Keyboard(ProgramTestCase):
         self.desktop.key("space")
         self.status_is(PENDING)
 
-    def test_tab_visits_the_controls_in_reading_order(self):
-        self.tick_first_game()
-        for name in ("Upscaling (FSR)", "Render resolution:", "Output resolution:", "Frame generation",
-                     "Method:", "Hold-back:", "Limit frame rate to 64 fps (smoother)", "Advanced…",
-                     "Refresh", "Apply", "Rendering GPU:", "Games"):
-            self.focus("Tab", name)
-
     def test_whole_job(self):
         self.tick_first_game()
         self.focus("Tab", "Upscaling (FSR)")

@@ -52,7 +52,6 @@ class TestKeyValues : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void anEmptySpanIsNotValid();
     void matchingBrace_data();
     void matchingBrace();
     void appsSection_data();
@@ -66,14 +65,6 @@ private Q_SLOTS:
     void launchOptions_data();
     void launchOptions();
 };
-
-void TestKeyValues::anEmptySpanIsNotValid()
-{
-    QVERIFY(!BraceSpan{}.isValid());
-    QCOMPARE(BraceSpan{}.open, -1);
-    QCOMPARE(BraceSpan{}.close, -1);
-    QVERIFY((BraceSpan{0, 1}).isValid());
-}
 
 void TestKeyValues::matchingBrace_data()
 {
