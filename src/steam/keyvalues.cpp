@@ -30,13 +30,19 @@ void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)
     }
 }
 
+/// What stands at or after `from` and before the brace at `open`, without white space at its end.
+QByteArrayView textBefore(QByteArrayView text, qsizetype from, qsizetype open)
+{
+    while (open > from && isSpace(text[open - 1]))
+        --open;
+    return text.sliced(from, open - from);
+}
+
 /// What stands in quotes, at or after `from`, before the brace at `open`, white space between them
 /// allowed; null when there is nothing.
 QByteArrayView keyOf(QByteArrayView text, qsizetype from, qsizetype open)
 {
-    while (open > from && isSpace(text[open - 1]))
-        --open;
-    const QByteArrayView before = text.sliced(from, open - from);
+    const QByteArrayView before = textBefore(text, from, open);
     const qsizetype end = before.size() - 1;
     const qsizetype begin = before.endsWith('"') ? before.first(end).lastIndexOf('"') + 1 : 0;
     return begin == 0 ? QByteArrayView() : before.sliced(begin, end - begin);
@@ -60,7 +66,7 @@ BraceSpan findAppsSection(QByteArrayView text)
 {
     QList<BraceSpan> sections; // that lie in no other one, which is larger
     forEachBlock(text, 0, [&](BraceSpan block) {
-        if (keyOf(text, 0, block.open) != "apps")
+        if (!textBefore(text, 0, block.open).endsWith("\"apps\""))
             return;
         while (!sections.isEmpty() && sections.last().open > block.open)
             sections.removeLast();
@@ -78,7 +84,9 @@ AppsSection::AppsSection(QByteArrayView text, BraceSpan apps) : utf8(text), sect
 {
     const QByteArrayView inside = utf8.first(section.close + 1);
     forEachBlock(inside, section.open, [&](BraceSpan block) {
-        blocks.insert(keyOf(inside, section.open, block.open), block);
+        const QByteArrayView key = keyOf(inside, section.open, block.open);
+        if (!key.isEmpty() && key[0] >= '0' && key[0] <= '9')
+            blocks.insert(key, block);
     });
     static const QByteArrayMatcher launchOptionsKey("\"LaunchOptions\"");
     for (qsizetype key = launchOptionsKey.indexIn(inside, section.open); key >= 0;

@@ -52,7 +52,7 @@ public:
 private:
     QByteArrayView utf8;
     BraceSpan section;
-    QMultiHash<QByteArrayView, BraceSpan> blocks; ///< by key
+    QMultiHash<QByteArrayView, BraceSpan> blocks; ///< of keys that can be app ids
     QList<BraceSpan> values; ///< each with the key "LaunchOptions", in the text's order
 };
 
