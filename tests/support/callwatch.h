@@ -83,14 +83,18 @@ private:
     int sparedLeft = 0;
 };
 
-inline int watchedOpen(const char *path, int flags, va_list more)
+inline mode_t modeOf(int flags, va_list more)
+{
+    return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, mode_t) : 0;
+}
+
+inline int watchedOpen(const char *path, int flags, mode_t mode = 0)
 {
     const char *slash = std::strrchr(path, '/');
     const QByteArray name(slash ? slash + 1 : path);
     const bool isReading = (flags & O_ACCMODE) == O_RDONLY;
     if (CallWatch::isToFail((isReading ? "read " : "write ") + name))
         return -1;
-    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, mode_t) : 0;
     return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
 
@@ -152,7 +156,7 @@ int open(const char *path, int flags, ...)
 {
     va_list more;
     va_start(more, flags);
-    const int descriptor = support::watchedOpen(path, flags, more);
+    const int descriptor = support::watchedOpen(path, flags, support::modeOf(flags, more));
     va_end(more);
     return descriptor;
 }
@@ -161,9 +165,20 @@ int open64(const char *path, int flags, ...)
 {
     va_list more;
     va_start(more, flags);
-    const int descriptor = support::watchedOpen(path, flags, more);
+    const int descriptor = support::watchedOpen(path, flags, support::modeOf(flags, more));
     va_end(more);
     return descriptor;
+}
+
+// These are what a hardened build may call instead, where no mode is given.
+int __open_2(const char *path, int flags)
+{
+    return support::watchedOpen(path, flags);
+}
+
+int __open64_2(const char *path, int flags)
+{
+    return support::watchedOpen(path, flags);
 }
 
 } // extern "C"
