@@ -33,7 +33,7 @@ std::optional<QByteArray> readToEnd(int descriptor, qint64 toldSize)
     qsizetype size = 0;
     while (size <= largestFile) {
         bytes.resize(std::max(size + piece, bytes.capacity()));
-        const ssize_t count = ::read(descriptor, bytes.data() + size, bytes.size() - size);
+        const ssize_t count = ::read(descriptor, bytes.data() + size, size_t(bytes.size() - size));
         if (count < 0 && errno != EINTR)
             return std::nullopt;
         if (count == 0) {
