@@ -153,7 +153,7 @@ class Target:
 
     def hit(self, pretend, before, task, what):
         """An Apply in which it was hit; none when the toolkit's moods never let it be."""
-        for _ in range(60):
+        for _ in range(16):
             pretend.set_up(*before)
             result = pretend.traced(task, ["-e", f"trace={self.name}", "-e",
                                            f"inject={self.name}:{what}:when={self.number}"])
@@ -190,9 +190,9 @@ class Sweep(unittest.TestCase):
             pretend = KindsMachine()
             cls.addClassCleanup(pretend.__exit__)
             cls.machines.put(pretend)
-        cls.fresh = faults.read(pretend.local_config)
-        pretend.set_up(cls.fresh, STORE)
-        pretend.apply("enable")
+            cls.fresh = faults.read(pretend.local_config)
+            pretend.set_up(cls.fresh, STORE)
+            pretend.apply("enable")  # on both, since the first run of a home fills the fonts' cache
         cls.enabled = faults.read(pretend.local_config), pretend.read_store()
 
     def test_the_kinds_of_games(self):
@@ -238,7 +238,7 @@ class Sweep(unittest.TestCase):
         start = time.monotonic()
         results = faults.in_parallel(lambda case: self.one(task, before, undisturbed, *case), cases)
         missed = [case[1] for case, result in zip(cases, results) if result is None]
-        self.assertLess(10 * len(missed), len(cases), "calls that were never hit:\n" + "\n".join(missed))
+        self.assertLess(20 * len(missed), len(cases), "calls that were never hit:\n" + "\n".join(missed))
         results = [result for result in results if result]
         names = collections.Counter(case[0].name for case in cases)
         print(f"{self.id()}: {len(results)} faults in {time.monotonic() - start:.0f} s, {len(missed)} missed, "
