@@ -3,6 +3,7 @@
 import json
 import os
 import platform
+from statistics import median
 
 from machines import HERE, output
 
@@ -37,7 +38,9 @@ class Report:
         self.row(work, f"{value:.2f}", f"{bound:g}", detail, "yes" if reached else "MISSED")
 
     def ratio(self, work, ours, theirs, bound):
-        self.bounded(work, ours / theirs, bound, f"{ours:.2f} ms / {theirs:.2f} ms")
+        """The median of the ratios of what was measured close together, each list in that order."""
+        self.bounded(work, median(one / other for one, other in zip(ours, theirs, strict=True)), bound,
+                     f"{median(ours):.2f} ms / {median(theirs):.2f} ms")
 
     def conditions(self, builds):
         cpu = next(line.split(":")[1].strip() for line in open("/proc/cpuinfo", encoding="utf-8")

@@ -147,8 +147,11 @@ class OnWayland(unittest.TestCase):
             env={**os.environ, "XDG_RUNTIME_DIR": runtime, "WLR_BACKENDS": "headless",
                  "WLR_RENDERER": "pixman", "QT_QPA_PLATFORM": "wayland", "WAYLAND_DEBUG": "1"}))
         self.addCleanup(os.killpg, compositor.pid, signal.SIGKILL)
-        request = next(line for line in compositor.stderr if ".set_app_id(" in line)
-        self.assertIn('set_app_id("org.marrowpulse.Marrowpulse")', request)
+        said = []
+        while not said or ".set_app_id(" not in said[-1]:
+            said.append(compositor.stderr.readline())
+            self.assertTrue(said[-1], "no app id was set:\n" + "".join(said))
+        self.assertIn('set_app_id("org.marrowpulse.Marrowpulse")', said[-1])
 
 
 class OddHome(ProgramTestCase):
