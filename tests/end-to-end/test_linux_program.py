@@ -17,8 +17,9 @@ PACKAGING = pathlib.Path(__file__).resolve().parent.parent.parent / "packaging"
 # A file's mode does not bind root, unless it goes without these two.
 WITHOUT_ROOTS_WAY = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"]
 
-# The Wayland compositor refuses root.
-AS_ORDINARY_USER = ["unshare", "--user", "--map-user=1000", "--map-group=1000"]
+# The Wayland compositor refuses root, and a folder of X sockets that is neither its own nor root's.
+AS_ORDINARY_USER = ["bwrap", "--unshare-user", "--uid", "1000", "--gid", "1000", "--dev-bind", "/", "/",
+                    "--tmpfs", "/tmp/.X11-unix"]
 
 
 class WindowTestCase(ProgramTestCase):
