@@ -65,11 +65,7 @@ bool setOtherTime(int descriptor, const struct stat &old)
     if (time.tv_sec != old.st_mtim.tv_sec ||
         time.tv_nsec / millisecond != old.st_mtim.tv_nsec / millisecond)
         return true;
-    time.tv_nsec += millisecond;
-    if (time.tv_nsec >= 1000 * millisecond) {
-        time.tv_nsec -= 1000 * millisecond;
-        ++time.tv_sec;
-    }
+    ++time.tv_sec;
     const timespec times[] = {{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, time};
     return ::futimens(descriptor, times) == 0;
 }

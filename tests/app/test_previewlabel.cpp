@@ -148,6 +148,26 @@ private Q_SLOTS:
         QCOMPARE(preview->grab().toImage(), before);
     }
 
+    void aDragSelectsWhatItPassesAndAnotherButtonNothing()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, u"alpha beta gamma"_s}});
+        WindowUser user;
+        user.settingsGroup->setEnabled(true);
+        QLabel *preview = user.previewLabel;
+        const QFontMetrics metrics = preview->fontMetrics();
+        const QPoint begin(metrics.horizontalAdvance(u"alpha "_s), 5);
+        const QPoint end(metrics.horizontalAdvance(u"alpha beta"_s), 5);
+        drag(preview, begin, end);
+        QCOMPARE(preview->selectedText(), u"beta"_s);
+        QTest::mouseClick(preview, Qt::RightButton, {}, QPoint(2, 5));
+        QCOMPARE(preview->selectedText(), u"beta"_s);
+        drag(preview, {2, 5}, {3, 5});
+        QVERIFY(!preview->hasSelectedText());
+        drag(preview, end, begin);
+        QCOMPARE(preview->selectedText(), u"beta"_s);
+    }
+
     void aDoubleClickSelectsOneOption()
     {
         const PlayersMachine machine;
