@@ -46,7 +46,6 @@ QSize GameDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelInd
     QStyleOptionViewItem row = option;
     row.features = QStyleOptionViewItem::HasCheckIndicator | QStyleOptionViewItem::HasDecoration |
                    QStyleOptionViewItem::HasDisplay;
-    row.text = u"X"_s;
     const QStyle *style = row.widget ? row.widget->style() : QApplication::style();
     QSize size = style->sizeFromContents(QStyle::CT_ItemViewItem, &row, {}, row.widget);
     size.setWidth(0); // as wide as the list: a long name is elided, not scrolled

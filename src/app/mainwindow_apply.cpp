@@ -142,7 +142,6 @@ QStringList MainWindow::editGames(const QString &vdf, const QList<LaunchOptionsC
     const auto isMade = [](const steam::EditOutcome &outcome) { return outcome.message.isEmpty(); };
     const bool replaced = std::none_of(edited.outcomes.cbegin(), edited.outcomes.cend(), isMade) ||
                           steam::replaceLocalConfig(vdf, edited.bytes, file->version, &error);
-    letRepaint();
     for (qsizetype i = 0; i < changes.size(); ++i) {
         if (!isMade(edited.outcomes[i]))
             messages.insert(changes[i].appid, edited.outcomes[i].message);

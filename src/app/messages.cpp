@@ -19,16 +19,22 @@ namespace
 /// Room for the frame that the window manager puts around the box.
 constexpr QSize frame(16, 64);
 
+/// How wide QMessageBox makes itself at most, on a screen of that width; what is wider is cut.
+int widestBox(int screenWidth)
+{
+    return screenWidth <= 1024 ? screenWidth : std::min(screenWidth - 480, 1000);
+}
+
 /// Puts the box's text into a scrolled part where the box would be taller than the screen. The box
 /// takes its size from its layout when it is shown.
 void scrollTallText(QMessageBox &box)
 {
     auto *label = box.findChild<QLabel *>(u"qt_msgbox_label"_s);
     auto *grid = qobject_cast<QGridLayout *>(box.layout());
-    const int place = label && grid ? grid->indexOf(label) : -1;
-    if (place < 0)
+    if (!label || !grid)
         return;
-    const QSize room = box.screen()->availableSize() - frame;
+    const QSize screen = box.screen()->availableSize();
+    const QSize room = QSize(widestBox(screen.width()), screen.height()) - frame;
     const QSize others = box.sizeHint() - label->sizeHint();
     label->setWordWrap(false);
     QSize text = label->sizeHint();
@@ -44,14 +50,12 @@ void scrollTallText(QMessageBox &box)
     int column = 0;
     int rows = 0;
     int columns = 0;
-    grid->getItemPosition(place, &row, &column, &rows, &columns);
+    grid->getItemPosition(grid->indexOf(label), &row, &column, &rows, &columns);
     auto *area = new QScrollArea;
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
     grid->removeWidget(label);
     area->setWidget(label);
-    area->viewport()->setAutoFillBackground(false);
-    label->setAutoFillBackground(false);
     label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     // Of a size to read in, also where the screen is high and the lines are short.
     const QFontMetrics font = label->fontMetrics();

@@ -90,6 +90,20 @@ private Q_SLOTS:
         }));
     }
 
+    void linesWiderThanTheBoxAreBroken()
+    {
+        const QString line = u"/a long name"_s.repeated(60) + u'\n';
+        QVERIFY(endsIn(line.repeated(40), [&](QMessageBox *box) {
+            const auto *area = box->findChild<QScrollArea *>();
+            QVERIFY(area && box->rect().contains(area->geometry()));
+            QVERIFY(!area->horizontalScrollBar()->isVisible());
+            const QLabel *label = labelOf(box);
+            QCOMPARE(label->width(), area->viewport()->width());
+            QVERIFY(label->height() >= label->heightForWidth(label->width()));
+            QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
+        }));
+    }
+
     void aShortBoxIsAsAnyOther()
     {
         QSize plain;
