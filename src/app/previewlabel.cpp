@@ -110,7 +110,6 @@ void PreviewLabel::copy() const
 void PreviewLabel::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setPen(palette().color(foregroundRole()));
     QList<QTextLayout::FormatRange> selections;
     if (hasSelectedText()) {
         QTextCharFormat format;

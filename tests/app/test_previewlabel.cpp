@@ -5,10 +5,13 @@
 
 #include <QBoxLayout>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QImage>
+#include <QMenu>
 #include <QScopeGuard>
 #include <QScrollBar>
 #include <QTest>
+#include <QTimer>
 #include <QWheelEvent>
 
 using namespace Qt::StringLiterals;
@@ -43,6 +46,26 @@ void drag(QWidget *widget, QPoint from, QPoint to)
                      Qt::LeftButton, {});
     QApplication::sendEvent(widget, &move);
     QTest::mouseRelease(widget, Qt::LeftButton, {}, to);
+}
+
+/// Opens the preview's menu and chooses in it; nothing by an empty text. What could be chosen.
+QStringList chooseInMenu(QWidget *preview, const QString &text)
+{
+    QStringList enabled;
+    const QObject here;
+    QTimer::singleShot(0, &here, [&] {
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        for (QAction *action : menu->actions()) {
+            if (action->isEnabled())
+                enabled.append(action->text());
+            if (action->text() == text)
+                menu->setActiveAction(action);
+        }
+        QTest::keyClick(menu, text.isEmpty() ? Qt::Key_Escape : Qt::Key_Return);
+    });
+    QContextMenuEvent event(QContextMenuEvent::Mouse, {5, 5}, preview->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(preview, &event);
+    return enabled;
 }
 
 } // namespace
@@ -166,6 +189,25 @@ private Q_SLOTS:
         QVERIFY(!preview->hasSelectedText());
         drag(preview, end, begin);
         QCOMPARE(preview->selectedText(), u"beta"_s);
+    }
+
+    void itsMenuSelectsAllAndCopies()
+    {
+        const QString copy = u"&Copy"_s;
+        const QString selectAll = u"Select All"_s;
+        PreviewLabel preview;
+        preview.setText(u"alpha beta"_s);
+        preview.show();
+        QApplication::clipboard()->setText(u"before"_s);
+        QCOMPARE(chooseInMenu(&preview, {}), QStringList{selectAll});
+        QVERIFY(!preview.hasSelectedText());
+        QCOMPARE(chooseInMenu(&preview, selectAll), QStringList{selectAll});
+        QCOMPARE(preview.selectedText(), u"alpha beta"_s);
+        QCOMPARE(chooseInMenu(&preview, copy), (QStringList{copy, selectAll}));
+        QCOMPARE(QApplication::clipboard()->text(), u"alpha beta"_s);
+        PreviewLabel empty;
+        empty.show();
+        QCOMPARE(chooseInMenu(&empty, {}), QStringList());
     }
 
     void aDoubleClickSelectsOneOption()
