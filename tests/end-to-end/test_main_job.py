@@ -99,6 +99,9 @@ class WhileApplyWorks(ProgramTestCase):
         self.apply()
         for button in self.buttons:
             Atspi.Action.do_action(button, 0)
+        for button in self.buttons:  # each clicks a moment after it was pressed
+            wait_for(lambda: not button.get_state_set().contains(Atspi.StateType.PRESSED),
+                     "the end of the press")
         self.nothing_was_taken()
 
 
