@@ -7,6 +7,7 @@
 #include <QHelpEvent>
 #include <QIcon>
 #include <QImage>
+#include <QScreen>
 #include <QTest>
 #include <QToolTip>
 
@@ -26,6 +27,23 @@ private Q_SLOTS:
         QCOMPARE(user.window.size(), QSize(900, 620));
         QCOMPARE(user.window.windowTitle(), u"Marrowpulse"_s);
         QCOMPARE(user.window.parentWidget(), nullptr);
+    }
+
+    void fitsWithItsFrameIntoASmallScreen()
+    {
+        const PlayersMachine machine;
+        const QScreen *netbook = QGuiApplication::screens().at(1);
+        const QRect room = netbook->availableGeometry();
+        QCOMPARE(room.size(), QSize(1024, 600));
+        MainWindow window;
+        window.move(room.topLeft() + QPoint(20, 10));
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(window.screen(), netbook);
+        QCOMPARE(window.width(), 900);
+        QCOMPARE(window.frameGeometry().height(), 600);
+        QVERIFY(window.frameGeometry().height() > window.height()); // there is a frame
+        QVERIFY(room.contains(window.frameGeometry()));
     }
 
     void aPipeInAFilesPlaceIsPassedOver_data()

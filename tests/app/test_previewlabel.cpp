@@ -189,6 +189,8 @@ private Q_SLOTS:
         QVERIFY(!preview->hasSelectedText());
         drag(preview, end, begin);
         QCOMPARE(preview->selectedText(), u"beta"_s);
+        drag(preview, begin, {2, preview->height() + 5});
+        QCOMPARE(preview->selectedText(), u"beta gamma"_s);
     }
 
     void itsMenuSelectsAllAndCopies()
@@ -210,13 +212,24 @@ private Q_SLOTS:
         QCOMPARE(chooseInMenu(&empty, {}), QStringList());
     }
 
+    void aDoubleClickSelectsOneOption_data()
+    {
+        QTest::addColumn<QString>("before"); // the place of the click
+        QTest::addColumn<QString>("option");
+        QTest::newRow("first") << u"al"_s << u"alpha"_s;
+        QTest::newRow("in the middle") << u"alpha be"_s << u"beta"_s;
+        QTest::newRow("last") << u"alpha beta ga"_s << u"gamma"_s;
+    }
     void aDoubleClickSelectsOneOption()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
-        WindowUser user;
-        QTest::mouseDClick(user.previewLabel, Qt::LeftButton, {}, QPoint(20, 5));
-        QCOMPARE(user.previewLabel->selectedText(), u"MARROWPULSE=1"_s);
+        QFETCH(const QString, before);
+        QFETCH(const QString, option);
+        PreviewLabel preview;
+        preview.setText(u"alpha beta gamma"_s);
+        preview.resize(2 * textWidth(preview.text()), 20);
+        preview.show();
+        QTest::mouseDClick(&preview, Qt::LeftButton, {}, QPoint(textWidth(before), 5));
+        QCOMPARE(preview.selectedText(), option);
     }
 
     void anUntickedGamesOptionsOf900LettersAreWholeAndLegible_data()
@@ -278,6 +291,19 @@ private Q_SLOTS:
             turnWheelOver(areaOf(user.previewLabel));
         QCOMPARE(bar->value(), bar->maximum());
         QCOMPARE(preview->visibleRegion().boundingRect().bottom(), preview->rect().bottom());
+    }
+
+    void longerOptionsAreScrolledByKeysAfterAClick()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, QString(3000, u'x')}});
+        WindowUser user;
+        user.settingsGroup->setEnabled(true);
+        const QScrollBar *bar = areaOf(user.previewLabel)->verticalScrollBar();
+        QTest::mouseClick(user.previewLabel, Qt::LeftButton, {}, QPoint(5, 5));
+        for (int i = 0; i < 100; ++i)
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+        QCOMPARE(bar->value(), bar->maximum());
     }
 
     void theScrollBarGoesWithTheLongText()
