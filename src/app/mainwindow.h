@@ -79,8 +79,8 @@ private:
     void showRefusedSizes(const launch::GameSettings &settings);
     void showPreview();
     QString frameCapLabelText() const;
-    /// Whether the text is a size that is accepted; only then the size is put into the last two.
-    static bool parseResolution(const QString &text, int &width, int &height);
+    /// Puts the size into the last two if the text is one that is accepted.
+    static void parseResolution(const QString &text, int &width, int &height);
 
     // Applying: mainwindow_apply.cpp
     QList<steam::LaunchOptionsChange> stageChanges() const;

@@ -121,10 +121,11 @@ void MainWindow::enableDependentControls(const launch::GameSettings &settings)
 void MainWindow::showRefusedSizes(const launch::GameSettings &settings)
 {
     const auto show = [](ResolutionBox *box, int width, int height) {
-        int shownWidth = width;
-        int shownHeight = height;
-        const bool isSize = parseResolution(box->currentText(), shownWidth, shownHeight);
-        box->setRefused(!isSize && box->currentText() != u"%1x%2"_s.arg(width).arg(height));
+        int shownWidth = 0;
+        int shownHeight = 0;
+        parseResolution(box->currentText(), shownWidth, shownHeight);
+        const bool isInForce = box->currentText() == u"%1x%2"_s.arg(width).arg(height);
+        box->setRefused(shownWidth == 0 && !isInForce);
     };
     show(renderResCombo, settings.renderW, settings.renderH);
     show(outputResCombo, settings.outputW, settings.outputH);
@@ -144,16 +145,15 @@ QString MainWindow::frameCapLabelText() const
     return u"Limit frame rate to %1 fps (smoother)"_s.arg(cap);
 }
 
-bool MainWindow::parseResolution(const QString &text, int &width, int &height)
+void MainWindow::parseResolution(const QString &text, int &width, int &height)
 {
     const QStringList parts = text.trimmed().split(u'x');
     if (parts.size() != 2)
-        return false;
+        return;
     const int w = parts[0].toInt(); // 0 for what is no number
     const int h = parts[1].toInt();
     if (w < 320 || w > 7680 || h < 200 || h > 4320)
-        return false;
+        return;
     width = w;
     height = h;
-    return true;
 }

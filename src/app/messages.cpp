@@ -54,9 +54,7 @@ void scrollTallText(QMessageBox &box)
     auto *area = new QScrollArea;
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
-    grid->removeWidget(label);
     area->setWidget(label);
-    label->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     // Of a size to read in, also where the screen is high and the lines are short.
     const QFontMetrics font = label->fontMetrics();
     const int bar = area->verticalScrollBar()->sizeHint().width() + font.averageCharWidth();

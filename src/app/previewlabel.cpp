@@ -54,12 +54,11 @@ QSize PreviewLabel::sizeHint() const
 QSize PreviewLabel::minimumSizeHint() const
 {
     ensurePolished();
-    return {fontMetrics().maxWidth(), text().isEmpty() ? 0 : fontMetrics().lineSpacing()};
+    return {fontMetrics().maxWidth(), fontMetrics().lineSpacing()};
 }
 
 int PreviewLabel::heightForWidth(int width) const
 {
-    ensurePolished();
     return static_cast<int>(std::ceil(layOut(width)->boundingRect().height()));
 }
 

@@ -27,20 +27,20 @@ double luminance(const QColor &colour)
            0.0722 * linear(colour.blueF());
 }
 
-/// The red nearest to a plain one that can be read on the ground, with a contrast of 5 to 1 where
-/// there is one; above the 4.5 that WCAG 2 asks for, since the colours of a screen are rounded.
+/// The red nearest to a plain one that can be read on the ground, with a contrast of 5 to 1, above
+/// the 4.5 that WCAG 2 asks for, since the colours of a screen are rounded; black or white where no
+/// red has it.
 QColor legibleRed(const QColor &ground)
 {
     const double groundLuminance = luminance(ground);
-    const bool darker = groundLuminance > 0.18; // where black and white can be read as well
-    for (int lightness = 128;; lightness += darker ? -4 : 4) {
+    const bool isLight = groundLuminance > 0.18; // where black and white can be read as well
+    for (int lightness = 128; lightness > 0 && lightness < 256; lightness += isLight ? -4 : 4) {
         const QColor red = QColor::fromHsl(0, 220, lightness);
-        const double redLuminance = luminance(red);
-        const double contrast = darker ? (groundLuminance + 0.05) / (redLuminance + 0.05)
-                                       : (redLuminance + 0.05) / (groundLuminance + 0.05);
-        if (contrast >= 5 || lightness == 0 || lightness >= 252)
+        const double contrast = (luminance(red) + 0.05) / (groundLuminance + 0.05);
+        if (contrast >= 5 || 1 / contrast >= 5)
             return red;
     }
+    return isLight ? Qt::black : Qt::white;
 }
 
 } // namespace

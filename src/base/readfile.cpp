@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -83,8 +84,9 @@ QString readText(const QString &path)
 
 bool isMissing(const QString &path)
 {
-    struct stat status = {};
-    return ::stat(QFile::encodeName(path).constData(), &status) != 0 && errno == ENOENT;
+    std::error_code error;
+    const auto status = std::filesystem::status(QFile::encodeName(path).constData(), error);
+    return status.type() == std::filesystem::file_type::not_found;
 }
 
 std::optional<FileVersion> fileVersion(const QString &path)

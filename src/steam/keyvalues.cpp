@@ -43,9 +43,11 @@ QByteArrayView textBefore(QByteArrayView text, qsizetype from, qsizetype open)
 QByteArrayView keyOf(QByteArrayView text, qsizetype from, qsizetype open)
 {
     const QByteArrayView before = textBefore(text, from, open);
-    const qsizetype end = before.size() - 1;
-    const qsizetype begin = before.endsWith('"') ? before.first(end).lastIndexOf('"') + 1 : 0;
-    return begin == 0 ? QByteArrayView() : before.sliced(begin, end - begin);
+    if (!before.endsWith('"'))
+        return {};
+    const QByteArrayView key = before.chopped(1);
+    const qsizetype quote = key.lastIndexOf('"');
+    return quote < 0 ? QByteArrayView() : key.sliced(quote + 1);
 }
 
 } // namespace

@@ -47,44 +47,55 @@ private Q_SLOTS:
     void typedSizesCountWhenTheyAreValid_data()
     {
         QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("expected");
-        const auto old = u"-w 1280 -h 720 -W 1920 -H 1080"_s;
-        QTest::newRow("one of the list") << u"2560x1440"_s << u"-w 2560 -h 1440 -W 1920 -H 1080"_s;
-        QTest::newRow("any other") << u"1000x600"_s << u"-w 1000 -h 600 -W 1920 -H 1080"_s;
-        QTest::newRow("blanks around") << u"  1000x600 "_s << u"-w 1000 -h 600 -W 1920 -H 1080"_s;
-        QTest::newRow("smallest") << u"320x200"_s << u"-w 320 -h 200 -W 1920 -H 1080"_s;
-        QTest::newRow("largest") << u"7680x4320"_s << u"-w 7680 -h 4320 -W 1920 -H 1080"_s;
-        QTest::newRow("leading zeros") << u"01000x0600"_s << u"-w 1000 -h 600 -W 1920 -H 1080"_s;
-        QTest::newRow("nothing") << QString() << old;
-        QTest::newRow("a digit") << u"2"_s << old;
-        QTest::newRow("width only") << u"2560x"_s << old;
-        QTest::newRow("height only") << u"x1440"_s << old;
-        QTest::newRow("capital X") << u"2560X1440"_s << old;
-        QTest::newRow("three parts, valid on the way")
-            << u"2560x1440x"_s << u"-w 2560 -h 1440 -W 1920 -H 1080"_s;
-        QTest::newRow("three parts from the start") << u"x640x480"_s << old;
-        QTest::newRow("width below 320") << u"300x200"_s << old;
-        QTest::newRow("width just below 320") << u"319x200"_s << old;
-        QTest::newRow("width above 7680") << u"7681x4320"_s << old;
-        QTest::newRow("height above 4320")
-            << u"1000x4321"_s << u"-w 1000 -h 432 -W 1920 -H 1080"_s; // the last valid on the way
-        QTest::newRow("height below 200") << u"320x199"_s << old;
-        QTest::newRow("no numbers") << u"widexhigh"_s << old;
-        QTest::newRow("hexadecimal") << u"0x500x480"_s << old;
-        QTest::newRow("fraction") << u"1280.5x720"_s << old;
-        QTest::newRow("negative") << u"-1280x720"_s << old;
-        QTest::newRow("multiplication sign") << u"1000\u00d7600"_s << old;
+        QTest::addColumn<QString>("options");
+        QTest::addColumn<bool>("isRefused");
+        const auto taken = [](const char *name, const QString &typed, const QString &options) {
+            QTest::newRow(name) << typed << options << false;
+        };
+        const auto refused = [](const char *name, const QString &typed,
+                                const QString &options = u"-w 1280 -h 720 -W 1920 -H 1080"_s) {
+            QTest::newRow(name) << typed << options << true;
+        };
+        taken("one of the list", u"2560x1440"_s, u"-w 2560 -h 1440 -W 1920 -H 1080"_s);
+        taken("any other", u"1000x600"_s, u"-w 1000 -h 600 -W 1920 -H 1080"_s);
+        taken("blanks around", u"  1000x600 "_s, u"-w 1000 -h 600 -W 1920 -H 1080"_s);
+        taken("smallest", u"320x200"_s, u"-w 320 -h 200 -W 1920 -H 1080"_s);
+        taken("largest", u"7680x4320"_s, u"-w 7680 -h 4320 -W 1920 -H 1080"_s);
+        taken("leading zeros", u"01000x0600"_s, u"-w 1000 -h 600 -W 1920 -H 1080"_s);
+        refused("nothing", QString());
+        refused("a digit", u"2"_s);
+        refused("width only", u"2560x"_s);
+        refused("height only", u"x1440"_s);
+        refused("capital X", u"2560X1440"_s);
+        refused("three parts, valid on the way", u"2560x1440x"_s,
+                u"-w 2560 -h 1440 -W 1920 -H 1080"_s);
+        refused("three parts from the start", u"x640x480"_s);
+        refused("width below 320", u"300x200"_s);
+        refused("width just below 320", u"319x200"_s);
+        refused("width above 7680", u"7681x4320"_s);
+        refused("height above 4320", u"1000x4321"_s,
+                u"-w 1000 -h 432 -W 1920 -H 1080"_s); // the last valid on the way
+        refused("height below 200", u"320x199"_s);
+        refused("no numbers", u"widexhigh"_s);
+        refused("hexadecimal", u"0x500x480"_s);
+        refused("fraction", u"1280.5x720"_s);
+        refused("negative", u"-1280x720"_s);
+        refused("multiplication sign", u"1000\u00d7600"_s);
     }
     void typedSizesCountWhenTheyAreValid()
     {
         QFETCH(const QString, typed);
-        QFETCH(const QString, expected);
+        QFETCH(const QString, options);
+        QFETCH(const bool, isRefused);
         const PlayersMachine machine;
         machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
+        const QColor plain = user.renderResCombo->lineEdit()->palette().color(QPalette::Text);
         user.type(user.renderResCombo, typed);
         QCOMPARE(user.renderResCombo->currentText(), typed);
-        QCOMPARE(sizes(user), expected);
+        QCOMPARE(sizes(user), options);
+        const QColor colour = user.renderResCombo->lineEdit()->palette().color(QPalette::Text);
+        QCOMPARE(colour != plain, isRefused);
     }
 
     void aSizeThatIsNotTakenIsRedUntilItIs_data()
@@ -135,6 +146,23 @@ private Q_SLOTS:
         QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
         QTest::keyClicks(combo->lineEdit(), u"0"_s);
         QCOMPARE(colour(), plain);
+    }
+
+    void aRefusedSizeIsLegibleOnAnyGround()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        user.type(user.renderResCombo, u"2560x"_s);
+        for (int gray = 0; gray < 256; ++gray) {
+            QPalette palette = user.window.palette();
+            palette.setColor(QPalette::Base, QColor(gray, gray, gray));
+            user.window.setPalette(palette);
+            const QPalette shown = user.renderResCombo->lineEdit()->palette();
+            QCOMPARE(shown.color(QPalette::Base), QColor(gray, gray, gray));
+            QVERIFY2(contrast(shown.color(QPalette::Text), shown.color(QPalette::Base)) >= 4.5,
+                     QByteArray::number(gray));
+        }
     }
 
     void aSizeThatIsTakenHasThePlainColour_data()

@@ -161,6 +161,18 @@ private Q_SLOTS:
         QVERIFY(!isOpened);
     }
 
+    void onlyWhatSurelyIsNotThereIsMissing()
+    {
+        const ScratchFile file("content");
+        QVERIFY(QFile::link(u"nowhere"_s, file.beside(u"link to nowhere"_s)));
+        QVERIFY(QFile::link(u"link to itself"_s, file.beside(u"link to itself"_s)));
+        QVERIFY(base::isMissing(file.beside(u"nothing"_s)));
+        QVERIFY(base::isMissing(file.beside(u"link to nowhere"_s)));
+        QVERIFY(!base::isMissing(file.beside(u"link to itself"_s)));
+        QVERIFY(!base::isMissing(file.path()));
+        QVERIFY(!base::isMissing(file.folder()));
+    }
+
     void aPipeThatTakesTheFilesPlaceIsNotWaitedFor()
     {
         const ScratchFile file("content");

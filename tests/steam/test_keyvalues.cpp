@@ -158,6 +158,9 @@ void TestKeyValues::appBlock_data()
     row("all six blanks before the brace", u"\"apps\"{\"10\" \t\n\v\f\r«{»}}"_s);
     row("no-break space is no blank", u"\"apps\"{\"10\"\u00a0{}}"_s);
     row("another app only", u"\"apps\" { \"20\" { } }"_s);
+    row("key without quotes", u"\"apps\" {10 { } }"_s);
+    row("key without its first quote", u"\"apps\" {10\" { } }"_s);
+    row("key with another mark at its end", u"\"apps\" {\"10' { } }"_s);
     row("the second app", u"\"apps\" { \"10\" { } \"20\" «{ »} }"_s, u"20"_s);
     row("100 is not 10", u"\"apps\" { \"100\" { } }"_s);
     row("110 is not 10", u"\"apps\" { \"110\" { } }"_s);
