@@ -22,9 +22,7 @@ QPixmap readPicture(const QString &path, QSize box, qreal scale)
         return {};
     const QSizeF shown = QSizeF(whole).scaled(QSizeF(box) * scale, Qt::KeepAspectRatio);
     reader.setScaledSize(shown.toSize().expandedTo({1, 1}));
-    QPixmap picture = QPixmap::fromImageReader(&reader);
-    picture.setDevicePixelRatio(scale);
-    return picture;
+    return QPixmap::fromImageReader(&reader);
 }
 
 } // namespace

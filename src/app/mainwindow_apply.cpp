@@ -115,7 +115,6 @@ QStringList MainWindow::editGames(const QString &vdf, const QList<LaunchOptionsC
     const QByteArray text = file ? file->bytes : QByteArray();
     steam::EditedText edited = steam::editLaunchOptions(text, changes);
 
-    store.sync();                     // Steam may have taken its time to close
     QMap<QString, QString> originals; // that are to be replaced
     QSet<QString> leftOut;            // games that are not edited after all
     for (qsizetype i = 0; i < changes.size(); ++i) {

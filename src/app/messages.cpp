@@ -4,7 +4,6 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QMessageBox>
-#include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -72,7 +71,6 @@ void warn(QWidget *parent, const QString &text)
     box.setTextFormat(Qt::PlainText); // names of files may look like markup
     box.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     scrollTallText(box);
-    box.button(QMessageBox::Ok)->setFocus(); // the text takes it otherwise
     box.exec();
 }
 

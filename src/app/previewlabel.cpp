@@ -29,8 +29,6 @@ void endAtBlank(QTextLine &line, const QString &text)
         return;
     while (wanted > 0 && !text[start + wanted - 1].isSpace())
         --wanted;
-    if (wanted == 0)
-        return;
     // A column is a letter with all its marks, so as many columns may be more text than wanted.
     for (int columns = wanted; line.textLength() != wanted && columns > 0; --columns)
         line.setNumColumns(columns);
@@ -70,7 +68,6 @@ std::unique_ptr<QTextLayout> PreviewLabel::layOut(int width) const
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAnywhere);
     layout->setTextOption(option);
-    layout->setCacheEnabled(true);
     layout->beginLayout();
     qreal y = 0;
     for (QTextLine line = layout->createLine(); line.isValid(); line = layout->createLine()) {

@@ -80,9 +80,7 @@ void ResolutionBox::colourText()
 void ResolutionBox::changeEvent(QEvent *event)
 {
     ChoiceBox::changeEvent(event);
-    const bool hasOtherGround =
-        event->type() == QEvent::PaletteChange || event->type() == QEvent::EnabledChange;
-    if (refused && hasOtherGround)
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::EnabledChange)
         colourText();
 }
 

@@ -4,6 +4,7 @@
 #include <QByteArrayMatcher>
 
 #include <algorithm>
+#include <cctype>
 #include <vector>
 
 namespace steam
@@ -87,7 +88,7 @@ AppsSection::AppsSection(QByteArrayView text, BraceSpan apps) : utf8(text), sect
     const QByteArrayView inside = utf8.first(section.close + 1);
     forEachBlock(inside, section.open, [&](BraceSpan block) {
         const QByteArrayView key = keyOf(inside, section.open, block.open);
-        if (!key.isEmpty() && key[0] >= '0' && key[0] <= '9')
+        if (!key.isEmpty() && std::isdigit(static_cast<unsigned char>(key[0])))
             blocks.insert(key, block);
     });
     static const QByteArrayMatcher launchOptionsKey("\"LaunchOptions\"");

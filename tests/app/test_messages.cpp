@@ -90,6 +90,19 @@ private Q_SLOTS:
         }));
     }
 
+    void linesThatFitIntoTheBoxAreWhole()
+    {
+        QWidget window;
+        const QString line = u"/a folder/"_s.repeated(12);
+        const int width = window.fontMetrics().horizontalAdvance(line);
+        QVERIFY(width > 60 * window.fontMetrics().averageCharWidth() && width < 800);
+        QVERIFY(endsIn((line + u'\n').repeated(200), [&](QMessageBox *box) {
+            QVERIFY(labelOf(box)->width() >= width);
+            QVERIFY(!box->findChild<QScrollArea *>()->horizontalScrollBar()->isVisible());
+            QTest::mouseClick(box->button(QMessageBox::Ok), Qt::LeftButton);
+        }));
+    }
+
     void linesWiderThanTheBoxAreBroken()
     {
         const QString line = u"/a long name"_s.repeated(60) + u'\n';
@@ -115,6 +128,7 @@ private Q_SLOTS:
         QVERIFY(endsIn(failures(3), [&](QMessageBox *box) {
             QVERIFY(!box->findChild<QScrollArea *>());
             QCOMPARE(box->size(), plain);
+            QCOMPARE(QApplication::focusWidget(), box->button(QMessageBox::Ok));
             QTest::keyClick(box, Qt::Key_Escape);
         }));
     }

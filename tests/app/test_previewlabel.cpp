@@ -306,6 +306,22 @@ private Q_SLOTS:
         QCOMPARE(bar->value(), bar->maximum());
     }
 
+    void itIsAsWideAsTheWindowLeavesRoom()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, QString(3000, u'x')}});
+        WindowUser user;
+        QLabel *preview = user.previewLabel;
+        const int narrow = preview->width();
+        for (const int width : {1400, 900}) {
+            user.window.resize(width, 620);
+            QTRY_COMPARE(user.window.width(), width);
+            QTRY_COMPARE(preview->width(), areaOf(preview)->viewport()->width());
+            QVERIFY(preview->height() >= preview->heightForWidth(preview->width()));
+            QCOMPARE(preview->width() > narrow, width > 900);
+        }
+    }
+
     void theScrollBarGoesWithTheLongText()
     {
         const PlayersMachine machine;

@@ -27,6 +27,17 @@ class TestResolutionBox : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void growsWithTheFont()
+    {
+        ResolutionBox box;
+        box.show();
+        const int before = box.sizeHint().height();
+        QFont font = box.font();
+        font.setPointSize(3 * font.pointSize());
+        box.setFont(font);
+        QVERIFY(box.sizeHint().height() > before);
+    }
+
     void keysStepFromTheShownSize_data()
     {
         QTest::addColumn<QString>("from");

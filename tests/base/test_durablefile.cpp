@@ -148,11 +148,14 @@ void TestDurableFile::keepsOwnerGroupAndMode()
 void TestDurableFile::hasAnotherTimeThanTheOldFile()
 {
     const ScratchFile file("old");
-    for (int i = 0; i < 20; ++i) {
-        // The old file gets the time that the clock of the kernel's files still shows.
-        timespec now = {};
-        ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
-        const timespec times[] = {now, now};
+    for (int i = 0; i < 200; ++i) {
+        // The old file gets a time at which the new one may be written, up to 10 ms from now.
+        timespec time = {};
+        ::clock_gettime(CLOCK_REALTIME, &time);
+        time.tv_nsec += i * 50'000;
+        time.tv_sec += time.tv_nsec / 1'000'000'000;
+        time.tv_nsec %= 1'000'000'000;
+        const timespec times[] = {time, time};
         QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(file.path()).constData(), times, 0), 0);
         const QDateTime before = QFileInfo(file.path()).lastModified();
         QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
