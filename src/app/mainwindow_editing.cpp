@@ -22,7 +22,6 @@ void MainWindow::onGameSelected()
     if (!game) {
         settingsGroup->setEnabled(false);
         settingsGroup->setTitle(u"Game settings"_s);
-        showPreview();
         return;
     }
     settingsGroup->setEnabled(enabledGames.contains(game->appid));

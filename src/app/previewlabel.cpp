@@ -94,7 +94,6 @@ int PreviewLabel::positionAt(QPoint place) const
 void PreviewLabel::select(int from, int to)
 {
     setSelection(std::min(from, to), std::abs(to - from));
-    update();
 }
 
 void PreviewLabel::copy() const
@@ -176,18 +175,10 @@ void PreviewLabel::keyPressEvent(QKeyEvent *event)
         event->ignore();
 }
 
-void PreviewLabel::focusOutEvent(QFocusEvent *event)
-{
-    QLabel::focusOutEvent(event); // which takes the selection back
-    update();
-}
-
 PreviewArea::PreviewArea(PreviewLabel *preview)
 {
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     setWidgetResizable(true);
     setWidget(preview);
     viewport()->setAutoFillBackground(false);

@@ -52,6 +52,19 @@ class TestMainWindowLoading : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    /// A user may have defaults for all programs of this name in a further file.
+    void onlyTheStoresOwnFileCounts()
+    {
+        const PlayersMachine machine;
+        machine.write(machine.home() + u"/.config/Marrowpulse.conf"_s,
+                      "[original]\n100=-x\n\n[config]\n100\\framegen=false\n");
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        const WindowUser user;
+        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QCOMPARE(user.previewLabel->text(), QString());
+        QVERIFY(user.framegenCheck->isChecked());
+    }
+
     void aGameComesUpWith_data()
     {
         QTest::addColumn<QString>("options"); // that Steam holds

@@ -193,6 +193,21 @@ private Q_SLOTS:
         QCOMPARE(descriptionOf(user, 0), warning);
     }
 
+    void aMarkedRowIsElseAsAnyOther()
+    {
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, own}, {u"200"_s, u"Alpha"_s}, {u"300"_s, u"Beta"_s}});
+        WindowUser user;
+        user.selectRow(2);
+        const QImage marked = pictureOfRow(user, 0);
+        const QImage other = pictureOfRow(user, 1);
+        QVERIFY(marked != other);
+        QVERIFY(inkOfTheName(user, 1) > 0);
+        const QRect beforeTheMark(0, 0, marked.width() - marked.height(), marked.height());
+        QCOMPARE(marked.copy(beforeTheMark), other.copy(beforeTheMark));
+    }
+
     void aLongNameEndsBeforeTheMark()
     {
         const PlayersMachine machine;

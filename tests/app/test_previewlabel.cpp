@@ -68,6 +68,25 @@ QStringList chooseInMenu(QWidget *preview, const QString &text)
     return enabled;
 }
 
+/// Where a widget was painted.
+class PaintWatch : public QObject
+{
+public:
+    explicit PaintWatch(QWidget *widget)
+    {
+        widget->installEventFilter(this);
+        widget->update();
+    }
+    QRegion painted;
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            painted += static_cast<QPaintEvent *>(event)->region();
+        return false;
+    }
+};
+
 } // namespace
 
 class TestPreviewLabel : public QObject
@@ -156,19 +175,55 @@ private Q_SLOTS:
         QCOMPARE(preview->text(), text);
     }
 
-    void aSelectionIsShownAndGoesWithTheFocus()
+    void aSelectionIsShownInItsColoursAndGoesWithTheFocus()
     {
         const PlayersMachine machine;
         machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
         QLabel *preview = user.previewLabel;
+        QPalette palette = preview->palette();
+        palette.setColor(QPalette::Highlight, Qt::blue);
+        palette.setColor(QPalette::HighlightedText, Qt::yellow);
+        preview->setPalette(palette);
+        const auto hasPixel = [preview](const std::function<bool(QColor)> &isSo) {
+            const QImage picture = preview->grab().toImage();
+            for (int i = 0; i < picture.width() * picture.height(); ++i) {
+                if (isSo(picture.pixelColor(i % picture.width(), i / picture.width())))
+                    return true;
+            }
+            return false;
+        };
+        const auto isBlue = [](QColor pixel) { return pixel == QColor(Qt::blue); };
+        const auto isYellow = [](QColor pixel) { return pixel.red() > 2 * pixel.blue() + 100; };
         const QImage before = preview->grab().toImage();
+        QVERIFY(!hasPixel(isBlue) && !hasPixel(isYellow));
         drag(preview, {2, 5}, {100, 5});
         QVERIFY(preview->hasSelectedText());
-        QVERIFY(preview->grab().toImage() != before);
+        QVERIFY(hasPixel(isBlue) && hasPixel(isYellow));
         user.gameList->setFocus();
         QVERIFY(!preview->hasSelectedText());
         QCOMPARE(preview->grab().toImage(), before);
+    }
+
+    void aLineIsPaintedAsSoonAsItIsSelectedAndWhenItIsNotAnyMore()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, QString(900, u'x')}});
+        WindowUser user;
+        user.settingsGroup->setEnabled(true);
+        QLabel *preview = user.previewLabel;
+        const int height = preview->fontMetrics().lineSpacing();
+        const QRect thirdLine(0, 2 * height, preview->width(), height);
+        PaintWatch watch(preview);
+        QTRY_VERIFY(watch.painted.contains(preview->rect().center()));
+        watch.painted = {};
+        drag(preview, {20, thirdLine.center().y()}, {100, thirdLine.center().y()});
+        QVERIFY(preview->hasSelectedText());
+        QTRY_VERIFY((QRegion(thirdLine) - watch.painted).isEmpty());
+        watch.painted = {};
+        user.gameList->setFocus();
+        QVERIFY(!preview->hasSelectedText());
+        QTRY_VERIFY((QRegion(thirdLine) - watch.painted).isEmpty());
     }
 
     void aDragSelectsWhatItPassesAndAnotherButtonNothing()
@@ -185,7 +240,7 @@ private Q_SLOTS:
         QCOMPARE(preview->selectedText(), u"beta"_s);
         QTest::mouseClick(preview, Qt::RightButton, {}, QPoint(2, 5));
         QCOMPARE(preview->selectedText(), u"beta"_s);
-        drag(preview, {2, 5}, {3, 5});
+        QTest::mouseClick(preview, Qt::LeftButton, {}, QPoint(2, 5));
         QVERIFY(!preview->hasSelectedText());
         drag(preview, end, begin);
         QCOMPARE(preview->selectedText(), u"beta"_s);
