@@ -51,7 +51,6 @@ QSize PreviewLabel::sizeHint() const
 
 QSize PreviewLabel::minimumSizeHint() const
 {
-    ensurePolished();
     return {fontMetrics().maxWidth(), fontMetrics().lineSpacing()};
 }
 

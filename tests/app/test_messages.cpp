@@ -7,9 +7,11 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QMessageBox>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
+#include <QStyle>
 #include <QTest>
 #include <QWidget>
 
@@ -174,12 +176,18 @@ private Q_SLOTS:
     void linesCanBeSelectedAndCopied_data()
     {
         QTest::addColumn<int>("lines");
-        QTest::newRow("few") << 3;
-        QTest::newRow("many") << 120;
+        QTest::addColumn<QString>("style");
+        QTest::newRow("few") << 3 << u"fusion"_s;
+        QTest::newRow("many") << 120 << u"fusion"_s;
+        QTest::newRow("few, in a style that selects nothing by itself") << 3 << u"windows"_s;
     }
     void linesCanBeSelectedAndCopied()
     {
         QFETCH(const int, lines);
+        QFETCH(const QString, style);
+        const QString usual = QApplication::style()->name();
+        QApplication::setStyle(style);
+        const auto back = qScopeGuard([&usual] { QApplication::setStyle(usual); });
         QGuiApplication::clipboard()->setText(u"before"_s);
         QVERIFY(endsIn(failures(lines), [&](QMessageBox *box) {
             QLabel *label = labelOf(box);

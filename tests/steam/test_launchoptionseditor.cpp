@@ -2,7 +2,9 @@
 // Edits that succeed, as pairs of files: golden/NAME/before.vdf and after.vdf.
 #include "steam/launchoptionseditor.h"
 
+#include "base/folderlock.h"
 #include "steam/keyvalues.h"
+#include "support/callwatch.h"
 #include "support/scratchfile.h"
 
 #include <QTest>
@@ -21,6 +23,7 @@ private Q_SLOTS:
     void everyPairIsTested();
     void editsInSuccessionSeeEachOther();
     void errorIsLeftAloneOnSuccess();
+    void noOtherWindowGetsATurnWhileTheFileIsReplaced();
 };
 
 namespace
@@ -127,6 +130,17 @@ void TestLaunchOptionsEditor::errorIsLeftAloneOnSuccess()
     QString error = u"as before"_s;
     QVERIFY(steam::setLaunchOptions(file.path(), u"10"_s, u"a"_s, false, &error));
     QCOMPARE(error, u"as before"_s);
+}
+
+void TestLaunchOptionsEditor::noOtherWindowGetsATurnWhileTheFileIsReplaced()
+{
+    const ScratchFile file("\"apps\" { }");
+    bool isLocked = false;
+    support::CallWatch watch;
+    watch.before("rename", [&] { isLocked = !base::FolderLock(file.folder(), 0).isHeld(); });
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, nullptr));
+    QVERIFY(isLocked);
+    QVERIFY(base::FolderLock(file.folder(), 0).isHeld());
 }
 
 QTEST_GUILESS_MAIN(TestLaunchOptionsEditor)
