@@ -5,6 +5,7 @@
 #include <QDialog>
 #include <QFile>
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -207,6 +208,35 @@ private Q_SLOTS:
         QVERIFY(user.window.isVisible());
         user.click(user.refreshButton);
         QCOMPARE(user.gameList->count(), 2);
+    }
+
+    void nothingElseIsBegunWhileTheFileIsWritten()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        // As assistive tools press: when the window is painted between two steps, with no dialog.
+        int presses = 0;
+        QTimer tool;
+        connect(&tool, &QTimer::timeout, &user.window, [&] {
+            if (QApplication::activeModalWidget() || machine.backups().isEmpty())
+                return;
+            ++presses;
+            user.refreshButton->click();
+            user.applyButton->click();
+            user.window.close();
+        });
+        const MessageBoxAnswers boxes({QMessageBox::No});
+        tool.start(0);
+        user.click(user.applyButton);
+        tool.stop();
+        QVERIFY(presses > 0);
+        QCOMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
+        QCOMPARE(user.gameList->count(), 1);
+        QCOMPARE(machine.backups().size(), 1);
+        QVERIFY(user.window.isVisible());
     }
 
     void nothingElseIsBegunBehindTheAdvancedDialog()
