@@ -80,6 +80,9 @@ private Q_SLOTS:
         QVERIFY(machine.readLocalConfig().contains("\"-typed\""));
         QVERIFY(!machine.readLocalConfig().contains("MARROWPULSE"));
         QVERIFY(!machine.storedValues().contains(u"original/100"_s));
+        user.select(u"Alpha"_s);
+        QCOMPARE(user.previewLabel->text(), u"-typed"_s);
+        QVERIFY(user.item(u"Alpha"_s)->toolTip().endsWith(u"-typed"_s));
     }
 
     void whatCannotBeReplacedIsNotKept_data()
