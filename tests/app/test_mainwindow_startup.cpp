@@ -10,6 +10,7 @@
 #include <QScreen>
 #include <QTest>
 #include <QToolTip>
+#include <QWindow>
 
 #include <sys/stat.h>
 
@@ -44,6 +45,16 @@ private Q_SLOTS:
         QCOMPARE(window.frameGeometry().height(), 600);
         QVERIFY(window.frameGeometry().height() > window.height()); // there is a frame
         QVERIFY(room.contains(window.frameGeometry()));
+
+        // Where the user puts it afterwards, it stays.
+        const QPoint partlyOutside = room.topLeft() + QPoint(500, 300);
+        window.move(partlyOutside);
+        window.resize(880, 500);
+        QVERIFY(!room.contains(window.frameGeometry()));
+        QTRY_COMPARE(window.windowHandle()->geometry().size(), QSize(880, 500));
+        QCoreApplication::processEvents();
+        QCOMPARE(window.pos(), partlyOutside);
+        QCOMPARE(window.size(), QSize(880, 500));
     }
 
     void aPipeInAFilesPlaceIsPassedOver_data()
