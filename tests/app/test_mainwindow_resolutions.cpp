@@ -36,6 +36,11 @@ double contrast(const QColor &one, const QColor &other)
     return a > b ? a / b : b / a;
 }
 
+QColor textColour(const QComboBox *combo)
+{
+    return combo->lineEdit()->palette().color(QPalette::Text);
+}
+
 } // namespace
 
 /// Typing and stepping in the resolution boxes.
@@ -90,12 +95,11 @@ private Q_SLOTS:
         const PlayersMachine machine;
         machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
-        const QColor plain = user.renderResCombo->lineEdit()->palette().color(QPalette::Text);
+        const QColor plain = textColour(user.renderResCombo);
         user.type(user.renderResCombo, typed);
         QCOMPARE(user.renderResCombo->currentText(), typed);
         QCOMPARE(sizes(user), options);
-        const QColor colour = user.renderResCombo->lineEdit()->palette().color(QPalette::Text);
-        QCOMPARE(colour != plain, isRefused);
+        QCOMPARE(textColour(user.renderResCombo) != plain, isRefused);
     }
 
     void aSizeThatIsNotTakenIsRedUntilItIs_data()
@@ -116,7 +120,7 @@ private Q_SLOTS:
             {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
         WindowUser user;
         auto *combo = user.window.findChild<QComboBox *>(box);
-        const auto colour = [&] { return combo->lineEdit()->palette().color(QPalette::Text); };
+        const auto colour = [&] { return textColour(combo); };
         const auto isLegibleRed = [&] {
             const QColor red = colour();
             return red.red() > 2 * red.green() - 128 && red.redF() > red.blueF() &&
@@ -185,9 +189,7 @@ private Q_SLOTS:
         machine.installGames(
             {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
         WindowUser user;
-        const auto colour = [&] {
-            return user.renderResCombo->lineEdit()->palette().color(QPalette::Text);
-        };
+        const auto colour = [&] { return textColour(user.renderResCombo); };
         const QColor plain = colour();
         user.type(user.renderResCombo, u"2560x"_s);
         QVERIFY(colour() != plain);
@@ -204,7 +206,7 @@ private Q_SLOTS:
         user.toggle(u"Alpha"_s);
         QCOMPARE(user.outputResCombo->currentText(), u"0x0"_s);
         user.click(user.framegenCheck);
-        QCOMPARE(user.outputResCombo->lineEdit()->palette().color(QPalette::Text),
+        QCOMPARE(textColour(user.outputResCombo),
                  user.holdbackCombo->palette().color(QPalette::Active, QPalette::Text));
     }
 

@@ -242,6 +242,8 @@ private Q_SLOTS:
         QCOMPARE(preview->selectedText(), u"beta"_s);
         QTest::mouseClick(preview, Qt::LeftButton, {}, QPoint(2, 5));
         QVERIFY(!preview->hasSelectedText());
+        drag(preview, {2, 5}, {3, 5});
+        QVERIFY(!preview->hasSelectedText());
         drag(preview, end, begin);
         QCOMPARE(preview->selectedText(), u"beta"_s);
         drag(preview, begin, {2, preview->height() + 5});
