@@ -20,7 +20,10 @@ FolderLock::FolderLock(const QString &folder, int waitMs)
         return;
     const QDeadlineTimer deadline(waitMs);
     while (!(held = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0)) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || deadline.hasExpired())
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            return;
+        busy = deadline.hasExpired();
+        if (busy)
             return;
         QThread::msleep(10);
     }

@@ -24,8 +24,6 @@ namespace
 constexpr auto configGroup = "config/"_L1;
 constexpr auto originalGroup = "original/"_L1;
 
-constexpr int lockWaitMs = 3000; // for another window that saves the store
-
 QString configKey(const QString &appid, QLatin1StringView field)
 {
     return configGroup + appid + u'/' + field;
@@ -124,7 +122,7 @@ bool changeStore(QSettings &store, const std::function<void(QSettings &)> &chang
     const auto readAnew = qScopeGuard([&store] { store.sync(); });
     const QString path = store.fileName();
     QDir().mkpath(QFileInfo(path).path());
-    const base::FolderLock lock(QFileInfo(path).path(), lockWaitMs);
+    const base::FolderLock lock(QFileInfo(path).path());
     const auto version = base::fileVersion(path);
     const auto file = base::readWholeFile(path);
     if (!lock.isHeld() || (!file && !base::isMissing(path)))

@@ -365,7 +365,9 @@ bool replaceLocalConfig(const QString &path, const QByteArray &bytes, const base
 {
     // Between the look at the version and the renaming no other window of the program gets a turn.
     // Where the folder cannot be locked, the look alone has to do.
-    const base::FolderLock lock(QFileInfo(path).path(), 3000);
+    const base::FolderLock lock(QFileInfo(path).path());
+    if (lock.isBusy())
+        return fail("commit failed for "_L1 + path, error);
     switch (base::replaceFile(path, bytes, read)) {
     case base::Replaced::Yes:
         return true;

@@ -2,66 +2,18 @@
 #include "base/folderlock.h"
 
 #include "support/callwatch.h"
+#include "support/lockholder.h"
 #include "support/scratchfile.h"
 #include "support/withoutstandardinput.h"
 
 #include <QElapsedTimer>
 #include <QTest>
 
-#include <csignal>
-#include <sys/wait.h>
-
 using namespace Qt::StringLiterals;
 using base::FolderLock;
 using support::CallWatch;
+using support::LockHolder;
 using support::ScratchFile;
-
-namespace
-{
-
-/// A second process that holds the lock from the constructor's end on: for `heldMs`, or until it is
-/// killed.
-class Holder
-{
-public:
-    Holder(const QString &folder, int heldMs)
-    {
-        int ends[2] = {};
-        if (::pipe(ends) != 0)
-            qFatal("no pipe");
-        process = ::fork();
-        if (process == 0) {
-            const FolderLock lock(folder, 0);
-            const char answer = lock.isHeld() ? 'y' : 'n';
-            if (::write(ends[1], &answer, 1) == 1)
-                QTest::qSleep(heldMs);
-            ::_exit(0);
-        }
-        char answer = 0;
-        if (::read(ends[0], &answer, 1) != 1 || answer != 'y')
-            qFatal("the other process has no lock");
-        ::close(ends[0]);
-        ::close(ends[1]);
-    }
-    ~Holder() { kill(); }
-    Q_DISABLE_COPY_MOVE(Holder)
-
-    void kill()
-    {
-        if (process <= 0)
-            return;
-        ::kill(process, SIGKILL);
-        ::waitpid(process, nullptr, 0);
-        process = -1;
-    }
-
-private:
-    pid_t process = -1;
-};
-
-constexpr int untilKilled = 60'000;
-
-} // namespace
 
 class TestFolderLock : public QObject
 {
@@ -74,6 +26,7 @@ private Q_SLOTS:
         {
             const FolderLock lock(file.folder(), 0);
             QVERIFY(lock.isHeld());
+            QVERIFY(!lock.isBusy());
             QVERIFY(!FolderLock(file.folder(), 0).isHeld());
             QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
         }
@@ -92,21 +45,25 @@ private Q_SLOTS:
     void itIsWaitedFor()
     {
         const ScratchFile file("content");
-        const Holder holder(file.folder(), 100);
+        const LockHolder holder(file.folder(), 100);
         QVERIFY(!FolderLock(file.folder(), 0).isHeld());
         QElapsedTimer timer;
         timer.start();
-        QVERIFY(FolderLock(file.folder(), 30'000).isHeld());
+        const FolderLock lock(file.folder(), 30'000);
+        QVERIFY(lock.isHeld());
+        QVERIFY(!lock.isBusy());
         QVERIFY2(timer.elapsed() < 10'000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void itIsWaitedForNoLonger()
     {
         const ScratchFile file("content");
-        const Holder holder(file.folder(), untilKilled);
+        const LockHolder holder(file.folder());
         QElapsedTimer timer;
         timer.start();
-        QVERIFY(!FolderLock(file.folder(), 200).isHeld());
+        const FolderLock lock(file.folder(), 200);
+        QVERIFY(!lock.isHeld());
+        QVERIFY(lock.isBusy());
         QVERIFY(timer.elapsed() >= 200);
         QVERIFY2(timer.elapsed() < 5'000, qPrintable(QString::number(timer.elapsed())));
     }
@@ -114,7 +71,7 @@ private Q_SLOTS:
     void aKilledProcessLeavesNothing()
     {
         const ScratchFile file("content");
-        Holder holder(file.folder(), untilKilled);
+        LockHolder holder(file.folder());
         QVERIFY(!FolderLock(file.folder(), 0).isHeld());
         holder.kill();
         QVERIFY(FolderLock(file.folder(), 0).isHeld());
@@ -147,7 +104,9 @@ private Q_SLOTS:
             watch.fail("lock", error);
         QElapsedTimer timer;
         timer.start();
-        QVERIFY(!FolderLock(file.beside(name), 60'000).isHeld());
+        const FolderLock lock(file.beside(name), 60'000);
+        QVERIFY(!lock.isHeld());
+        QVERIFY(!lock.isBusy());
         QVERIFY2(timer.elapsed() < 30'000, qPrintable(QString::number(timer.elapsed())));
     }
 

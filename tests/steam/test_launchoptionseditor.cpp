@@ -2,9 +2,9 @@
 // Edits that succeed, as pairs of files: golden/NAME/before.vdf and after.vdf.
 #include "steam/launchoptionseditor.h"
 
-#include "base/folderlock.h"
 #include "steam/keyvalues.h"
 #include "support/callwatch.h"
+#include "support/lockholder.h"
 #include "support/scratchfile.h"
 
 #include <QTest>
@@ -24,6 +24,8 @@ private Q_SLOTS:
     void editsInSuccessionSeeEachOther();
     void errorIsLeftAloneOnSuccess();
     void noOtherWindowGetsATurnWhileTheFileIsReplaced();
+    void aFileThatAnotherWindowReplacesIsLeftToIt();
+    void aFileIsReplacedWhereFoldersCannotBeLocked();
 };
 
 namespace
@@ -141,6 +143,29 @@ void TestLaunchOptionsEditor::noOtherWindowGetsATurnWhileTheFileIsReplaced()
     QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, nullptr));
     QVERIFY(isLocked);
     QVERIFY(base::FolderLock(file.folder(), 0).isHeld());
+}
+
+void TestLaunchOptionsEditor::aFileThatAnotherWindowReplacesIsLeftToIt()
+{
+    const ScratchFile file("\"apps\" { }");
+    support::LockHolder otherWindow(file.folder());
+    QString error;
+    QVERIFY(!steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, &error));
+    QCOMPARE(error, "commit failed for "_L1 + file.path());
+    QCOMPARE(file.read(), QByteArray("\"apps\" { }"));
+    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+
+    otherWindow.kill();
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, &error));
+}
+
+void TestLaunchOptionsEditor::aFileIsReplacedWhereFoldersCannotBeLocked()
+{
+    const ScratchFile file("\"apps\" { }");
+    support::CallWatch watch;
+    watch.fail("lock", ENOLCK);
+    QVERIFY(steam::setLaunchOptions(file.path(), u"620"_s, u"new"_s, false, nullptr));
+    QCOMPARE(steam::readLaunchOptions(file.read(), u"620"_s), u"new"_s);
 }
 
 QTEST_GUILESS_MAIN(TestLaunchOptionsEditor)
