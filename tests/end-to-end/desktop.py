@@ -2,7 +2,8 @@
 """A desktop to drive a program on from outside: a real X server with a window manager, keyboard and
 pointer through xdotool, and the accessibility bus to see what is on the screen.
 
-To be run under dbus-run-session, so that the accessibility bus is its own.
+To be run through tests/support/own-environment and on-desktop-bus, so that the accessibility bus is
+its own and nothing of the caller's desktop counts.
 """
 import os
 import pathlib
@@ -79,7 +80,6 @@ class Desktop:
         else:
             server = ["Xvfb", "-screen", "0", f"{screen}x24"]
         self.environment = dict(os.environ)
-        self.environment.pop("WAYLAND_DISPLAY", None)
         self._start(server + ["-displayfd", str(write_end), "-noreset", "-nolisten", "tcp"],
                     pass_fds=[write_end])
         os.close(write_end)
@@ -87,8 +87,8 @@ class Desktop:
             number = display.readline().strip()
         if not number:
             raise AssertionError(f"{server[0]} did not start")
-        self.environment.update(DISPLAY=f":{number}", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
-                                QT_ACCESSIBILITY="1", LC_ALL="C.UTF-8")
+        self.environment.update(DISPLAY=f":{number}", QT_QPA_PLATFORM="xcb",
+                                QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", QT_ACCESSIBILITY="1")
         os.environ["DISPLAY"] = f":{number}"
         if not window_manager:
             return

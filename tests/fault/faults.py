@@ -93,8 +93,7 @@ def read(path):
 def environment(asan_option="", **more):
     """`asan_option`: one more for a build with the address sanitizer."""
     options = os.environ.get("ASAN_OPTIONS", "") + ":" + asan_option
-    return {**os.environ, "ASAN_OPTIONS": options, "LC_ALL": "C.UTF-8",
-            "QT_QPA_PLATFORM": "offscreen", **more}
+    return {**os.environ, "ASAN_OPTIONS": options, **more}
 
 
 class Answer:

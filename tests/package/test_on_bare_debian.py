@@ -38,7 +38,7 @@ def started_in_root(machine, *command):
     return ["bwrap", "--bind", str(ROOT), "/", "--dev-bind", "/dev", "/dev", "--bind", "/proc", "/proc",
             "--bind", str(machine.root / "sys"), "/sys",
             *(word for path in sorted(shared) for word in ("--bind", path, path)),
-            "--setenv", "HOME", str(machine.root / "home"),
+            "--unsetenv", "FONTCONFIG_FILE", "--setenv", "HOME", str(machine.root / "home"),
             "--setenv", "PATH", f"{machine.root}/bin:/usr/bin:/bin", "--chdir", "/", *command]
 
 

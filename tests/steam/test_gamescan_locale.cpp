@@ -21,7 +21,7 @@ private Q_SLOTS:
         const QMap<QByteArray, QStringList> expected{
             {"de_DE.UTF-8", {u"anno"_s, u"Ärger"_s, u"Bravo"_s, u"Echo"_s, u"éclair"_s, u"Zulu"_s}},
             {"sv_SE.UTF-8", {u"anno"_s, u"Bravo"_s, u"Echo"_s, u"éclair"_s, u"Zulu"_s, u"Ärger"_s}},
-            {"C", {u"Bravo"_s, u"Echo"_s, u"Zulu"_s, u"anno"_s, u"Ärger"_s, u"éclair"_s}},
+            {"C.UTF-8", {u"Bravo"_s, u"Echo"_s, u"Zulu"_s, u"anno"_s, u"Ärger"_s, u"éclair"_s}},
         };
         const QByteArray locale = qgetenv("LC_ALL");
         QVERIFY2(expected.contains(locale), "LC_ALL is none of the locales of this test");
