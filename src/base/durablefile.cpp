@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "base/durablefile.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QTemporaryFile>
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace base
 {
@@ -44,13 +49,28 @@ QString danglingTarget(QString path)
     return path;
 }
 
-/// Gives the open file mode and, as root, owner and group of the old one.
-bool takeAfter(int descriptor, const struct stat &old)
+constexpr auto accessList = "system.posix_acl_access"; // what acl(5) describes
+
+/// Gives the open file the mode, and no access list, whatever list its folder gives new files.
+bool setMode(int descriptor, mode_t mode)
 {
+    if (::fremovexattr(descriptor, accessList) != 0 && errno != ENODATA && errno != ENOTSUP)
+        return false;
+    return ::fchmod(descriptor, mode) == 0;
+}
+
+/// Gives the open file mode, access list and, as root, owner and group of the old one at `path`.
+bool takeAfter(int descriptor, const QString &path, const struct stat &old)
+{
+    QByteArray list(64 * 1024, '\0'); // the most that xattr(7) allows
+    const ssize_t size = ::getxattr(QFile::encodeName(path).constData(), accessList, list.data(),
+                                    size_t(list.size()));
+    if (size < 0 && errno != ENODATA && errno != ENOTSUP)
+        return false;
     if (::geteuid() == 0 && ::fchown(descriptor, old.st_uid, old.st_gid) != 0)
         return false;
-    return ::fchmod(descriptor, old.st_mode & 07777) ==
-           0; // after the owner, whose change drops bits
+    return setMode(descriptor, old.st_mode & 07777) && // after the owner, whose change drops bits
+           (size < 0 || ::fsetxattr(descriptor, accessList, list.data(), size_t(size), 0) == 0);
 }
 
 /// Whoever compares sizes and times must see that the file changed: two files that are written
@@ -84,7 +104,7 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
     QSaveFile file(target);
     if (target.isEmpty() || !file.open(QIODevice::WriteOnly))
         return Replaced::CannotOpen;
-    if (exists && !takeAfter(file.handle(), old))
+    if (exists ? !takeAfter(file.handle(), path, old) : !setMode(file.handle(), 0600))
         return Replaced::CommitFailed;
     // commit() alone is not to be believed: it ignores a failing sync, and after a full disk it
     // can rename an empty or a cut file into place. Whatever fails here drops the temporary file.
@@ -107,16 +127,22 @@ bool copyFile(const QString &from, const QString &to)
 {
     struct stat original = {};
     const std::optional<WholeFile> content = readWholeFile(from);
-    if (!content || ::stat(QFile::encodeName(from).constData(), &original) != 0 ||
-        !QFile::copy(from, to))
+    QTemporaryFile copy(to + ".XXXXXX"_L1); // of the user alone until it has its mode
+    if (!content || ::stat(QFile::encodeName(from).constData(), &original) != 0 || !copy.open() ||
+        !takeAfter(copy.handle(), from, original) ||
+        copy.write(content->bytes) != content->bytes.size() || !copy.flush() ||
+        !sync(copy.handle()) || !copy.rename(to))
         return false;
-    QFile copy(to);
     const std::optional<WholeFile> copied = readWholeFile(to);
-    if (copied && copied->bytes == content->bytes && copy.open(QIODevice::ReadOnly) &&
-        takeAfter(copy.handle(), original) && sync(copy.handle()) && syncPath(QFileInfo(to).path()))
-        return true;
-    QFile::remove(to);
-    return false;
+    copy.setAutoRemove(!copied || copied->bytes != content->bytes ||
+                       !syncPath(QFileInfo(to).path()));
+    return !copy.autoRemove();
+}
+
+void makePrivateFolder(const QString &path)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 } // namespace base

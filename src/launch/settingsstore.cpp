@@ -5,7 +5,6 @@
 #include "base/folderlock.h"
 #include "launch/launchoptions.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QScopeGuard>
@@ -121,7 +120,7 @@ bool changeStore(QSettings &store, const std::function<void(QSettings &)> &chang
 {
     const auto readAnew = qScopeGuard([&store] { store.sync(); });
     const QString path = store.fileName();
-    QDir().mkpath(QFileInfo(path).path());
+    base::makePrivateFolder(QFileInfo(path).path());
     const base::FolderLock lock(QFileInfo(path).path());
     const auto version = base::fileVersion(path);
     const auto file = base::readWholeFile(path);

@@ -12,6 +12,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 #include <utility>
 
@@ -101,7 +102,8 @@ inline int watchedOpen(const char *path, int flags, mode_t mode = 0)
 } // namespace support
 
 // What each is called in a test: "sync a file" and "sync a folder", "rename", "change the mode",
-// "change the owner", "change the times", "lock", and "read NAME" or "write NAME" for opening it.
+// "change the owner", "change the times", "lock", "read the access list" and to "set" or "drop" it,
+// and "read NAME" or "write NAME" for opening it.
 extern "C" {
 
 int fsync(int descriptor)
@@ -135,6 +137,27 @@ int fchown(int descriptor, uid_t owner, gid_t group) noexcept
     if (support::CallWatch::isToFail("change the owner"))
         return -1;
     return static_cast<int>(::syscall(SYS_fchown, descriptor, owner, group));
+}
+
+ssize_t getxattr(const char *path, const char *name, void *value, size_t size) noexcept
+{
+    if (support::CallWatch::isToFail("read the access list"))
+        return -1;
+    return ::syscall(SYS_getxattr, path, name, value, size);
+}
+
+int fsetxattr(int descriptor, const char *name, const void *value, size_t size, int flags) noexcept
+{
+    if (support::CallWatch::isToFail("set the access list"))
+        return -1;
+    return static_cast<int>(::syscall(SYS_fsetxattr, descriptor, name, value, size, flags));
+}
+
+int fremovexattr(int descriptor, const char *name) noexcept
+{
+    if (support::CallWatch::isToFail("drop the access list"))
+        return -1;
+    return static_cast<int>(::syscall(SYS_fremovexattr, descriptor, name));
 }
 
 int futimens(int descriptor, const timespec times[2]) noexcept

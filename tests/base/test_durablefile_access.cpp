@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+// Who may read a file after it was replaced or copied, and a new one: access lists as setfacl(1)
+// and getfacl(1) see them, and modes.
+#include "base/durablefile.h"
+
+#include "support/callwatch.h"
+#include "support/scratchfile.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using base::Replaced;
+using support::CallWatch;
+using support::ScratchFile;
+
+namespace
+{
+
+QString run(const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished() || process.exitCode() != 0)
+        qFatal("%s fails (package acl; the file system needs access lists): %s",
+               qPrintable(program), process.readAllStandardError().constData());
+    return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+void giveList(const QString &path, const QString &list)
+{
+    run(u"setfacl"_s, {u"-m"_s, list, path});
+}
+
+/// One entry a line; nothing for a file that has no more than its mode.
+QString listOf(const QString &path)
+{
+    return run(u"getfacl"_s, {u"--skip-base"_s, u"-cpEn"_s, path});
+}
+
+/// Its group may not read it, though the mode's bits for the group say so: they are the mask.
+const QString closedToItsGroup = u"u::rw,u:7:rw,g::-,g:8:r,m::rw,o::-"_s;
+
+/// Everybody may write, if a new file in that folder takes over what it is given.
+const QString openFolder = u"d:u::rwx,d:u:7:rwx,d:g::rwx,d:m::rwx,d:o::rwx"_s;
+
+class WithoutUmask
+{
+public:
+    WithoutUmask() = default;
+    ~WithoutUmask() { ::umask(before); }
+    Q_DISABLE_COPY_MOVE(WithoutUmask)
+
+private:
+    mode_t before = ::umask(0);
+};
+
+} // namespace
+
+class TestDurableFileAccess : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aReplacedFileStaysClosedToWhomItWas()
+    {
+        const ScratchFile file("old");
+        giveList(file.path(), closedToItsGroup);
+        const QString list = listOf(file.path());
+        QVERIFY2(list.contains("group::---\ngroup:8:r--\nmask::rw-"_L1), qPrintable(list));
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+        QCOMPARE(listOf(file.path()), list);
+
+        QVERIFY(QFile::link(file.path(), file.beside(u"link"_s)));
+        QCOMPARE(base::replaceFile(file.beside(u"link"_s), "newer"), Replaced::Yes);
+        QCOMPARE(listOf(file.path()), list);
+    }
+
+    void aCopyIsClosedToWhomTheOriginalIs()
+    {
+        const ScratchFile file("original");
+        giveList(file.path(), closedToItsGroup);
+        giveList(file.folder(), openFolder);
+        QVERIFY(base::copyFile(file.path(), file.beside(u"copy"_s)));
+        QCOMPARE(listOf(file.beside(u"copy"_s)), listOf(file.path()));
+        QVERIFY(listOf(file.path()).contains("user:7:rw-"_L1));
+    }
+
+    void aFolderOpensNoFileOfItsOwnAccord()
+    {
+        const ScratchFile file("old");
+        ScratchFile::setMode(file.path(), 0640);
+        giveList(file.folder(), openFolder);
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+        QVERIFY(base::copyFile(file.path(), file.beside(u"copy"_s)));
+        QCOMPARE(base::replaceFile(file.beside(u"made"_s), "made"), Replaced::Yes);
+        for (const QString &name : {u"localconfig.vdf"_s, u"copy"_s, u"made"_s}) {
+            QCOMPARE(listOf(file.beside(name)), QString());
+            QCOMPARE(ScratchFile::mode(file.beside(name)), name == "made"_L1 ? 0600 : 0640);
+        }
+    }
+
+    void aListThatCannotBeKeptStopsTheReplacing_data()
+    {
+        QTest::addColumn<QByteArray>("call");
+        QTest::newRow("it cannot be read") << QByteArray("read the access list");
+        QTest::newRow("it cannot be set") << QByteArray("set the access list");
+        QTest::newRow("the folder's cannot be dropped") << QByteArray("drop the access list");
+    }
+    void aListThatCannotBeKeptStopsTheReplacing()
+    {
+        QFETCH(const QByteArray, call);
+        const ScratchFile file("old");
+        giveList(file.path(), closedToItsGroup);
+        CallWatch watch;
+        watch.fail(call, EPERM);
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::CommitFailed);
+        QVERIFY(!base::copyFile(file.path(), file.beside(u"copy"_s)));
+        QCOMPARE(file.read(), QByteArray("old"));
+        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+    }
+
+    void filesAreReplacedWhereThereAreNoLists_data()
+    {
+        QTest::addColumn<QByteArray>("call");
+        QTest::addColumn<int>("error");
+        QTest::newRow("not known") << QByteArray("read the access list") << ENOTSUP;
+        QTest::newRow("none") << QByteArray("read the access list") << ENODATA;
+        QTest::newRow("nothing known to drop") << QByteArray("drop the access list") << ENOTSUP;
+        QTest::newRow("nothing to drop") << QByteArray("drop the access list") << ENODATA;
+    }
+    void filesAreReplacedWhereThereAreNoLists()
+    {
+        QFETCH(const QByteArray, call);
+        QFETCH(const int, error);
+        const ScratchFile file("old");
+        ScratchFile::setMode(file.path(), 0604);
+        CallWatch watch;
+        watch.fail(call, error);
+        QVERIFY(base::copyFile(file.path(), file.beside(u"copy"_s)));
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+        QCOMPARE(file.read(), QByteArray("new"));
+        QCOMPARE(ScratchFile::mode(file.path()), 0604);
+        QCOMPARE(ScratchFile::mode(file.beside(u"copy"_s)), 0604);
+    }
+
+    void aNewFileIsTheUsersOwn()
+    {
+        const ScratchFile file("old");
+        const WithoutUmask without;
+        QCOMPARE(base::replaceFile(file.beside(u"made"_s), "made"), Replaced::Yes);
+        QCOMPARE(ScratchFile::mode(file.beside(u"made"_s)), 0600);
+    }
+
+    void aNewFolderIsTheUsersOwn()
+    {
+        const ScratchFile file("old");
+        const WithoutUmask without;
+        base::makePrivateFolder(file.beside(u"above/made"_s));
+        QCOMPARE(ScratchFile::mode(file.beside(u"above"_s)), 0777);
+        QCOMPARE(ScratchFile::mode(file.beside(u"above/made"_s)), 0700);
+    }
+
+    void aFolderThatIsThereIsLeftAsItIs()
+    {
+        const ScratchFile file("old");
+        ScratchFile::setMode(file.folder(), 0755);
+        base::makePrivateFolder(file.folder());
+        QCOMPARE(ScratchFile::mode(file.folder()), 0755);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDurableFileAccess)
+#include "test_durablefile_access.moc"
