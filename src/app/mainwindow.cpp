@@ -18,6 +18,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QScreen>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QWindow>
 
@@ -137,6 +138,7 @@ void MainWindow::reloadGames()
     store.sync(); // another window may have kept a game's own options
     const QListWidgetItem *previous = gameList->currentItem();
     const QString selected = previous ? previous->data(Qt::UserRole).toString() : QString();
+    const int place = gameList->verticalScrollBar()->value();
 
     // The list is silent until it is whole again: with no game selected, the controls would be
     // disabled for a moment and the one that has the keyboard focus would lose it.
@@ -159,7 +161,9 @@ void MainWindow::reloadGames()
     const auto found = std::find_if(games.cbegin(), games.cend(),
                                     [&](const auto &game) { return game.appid == selected; });
     const auto row = found == games.cend() ? 0 : found - games.cbegin();
-    gameList->setCurrentRow(static_cast<int>(row));
+    gameList->setCurrentRow(static_cast<int>(row)); // and scrolls to it
+    if (found != games.cend())
+        gameList->verticalScrollBar()->setValue(place);
     onGameSelected();
     updatePendingStatus();
     if (isActiveWindow() && !focusWidget())
@@ -190,6 +194,11 @@ bool MainWindow::isPending(const steam::GameEntry &game) const
     return desiredLaunchOptions(game) != game.launchOptions;
 }
 
+QString MainWindow::pendingText(int count)
+{
+    return u"%1 game(s) with pending changes. Steam must close briefly to apply."_s.arg(count);
+}
+
 void MainWindow::updatePendingStatus()
 {
     const QSignalBlocker silence(gameList); // nobody ticks here
@@ -200,10 +209,7 @@ void MainWindow::updatePendingStatus()
         count += pending;
     }
     applyButton->setEnabled(count >= 1);
-    statusLabel->setText(
-        count == 0
-            ? u"No pending changes."_s
-            : u"%1 game(s) with pending changes. Steam must close briefly to apply."_s.arg(count));
+    statusLabel->setText(count == 0 ? u"No pending changes."_s : pendingText(count));
     showPreview();
 }
 

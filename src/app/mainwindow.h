@@ -64,6 +64,7 @@ private:
     void addGameItem(const steam::GameEntry &game);
     const steam::GameEntry *currentGame() const;
     void updatePendingStatus();
+    static QString pendingText(int count);
     void renewRow(int row, bool isPending);
     bool isPending(const steam::GameEntry &game) const;
     bool isBusy() const;

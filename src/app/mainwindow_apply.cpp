@@ -61,6 +61,7 @@ void MainWindow::apply()
         warn(this, u"Could not write a backup of Steam's config; nothing was changed."_s);
         return;
     }
+    updatePendingStatus(); // what is seen behind the boxes is true
     if (!failures.isEmpty())
         warn(this, "Some changes failed:\n"_L1 + failures.join(u'\n'));
     if (ask(this, u"Changes applied. Restart Steam now?"_s))

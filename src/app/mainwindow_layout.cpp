@@ -17,6 +17,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QSplitter>
+#include <QStackedLayout>
 #include <QStandardItemModel>
 #include <QStyle>
 
@@ -79,6 +80,7 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
     splitter->setStretchFactor(0, 3);
     splitter->setStretchFactor(1, 2);
     splitter->setSizes({3000, 2000});
+    splitter->setChildrenCollapsible(false);
 }
 
 void MainWindow::buildSettingsGroup()
@@ -138,7 +140,14 @@ void MainWindow::buildBottomRow(QVBoxLayout *layout)
     auto *row = new QHBoxLayout;
     row->setSpacing(style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing));
     statusLabel = named(new QLabel, u"statusLabel"_s);
-    row->addWidget(statusLabel, 1);
+    // As high as its longest text, so that nothing moves when that comes; no wider than there is
+    // room.
+    auto *status = new QStackedLayout;
+    row->addLayout(status, 1);
+    for (QLabel *label : {statusLabel, new QLabel(pendingText(10000))}) {
+        label->setWordWrap(true);
+        status->addWidget(label);
+    }
     refreshButton = named(new QPushButton(u"&Refresh"_s), u"refreshButton"_s);
     refreshButton->setToolTip(
         u"Re-scan installed Steam games (e.g. after installing one). Keeps unsaved changes."_s);

@@ -40,6 +40,7 @@ private Q_SLOTS:
         MessageBoxAnswers boxes({QMessageBox::No});
         boxes.whileShown = [&](qsizetype) { // the work is done before the question
             QCOMPARE(machine.readLocalConfig(), changed(before, u"-first"_s, defaultOptions));
+            QCOMPARE(user.statusLabel->text(), u"No pending changes."_s); // seen behind it
         };
         user.click(user.applyButton);
 

@@ -7,6 +7,7 @@
 #include <QAccessible>
 #include <QImage>
 #include <QPixmap>
+#include <QScopeGuard>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -87,6 +88,40 @@ private Q_SLOTS:
         plain.setDevicePixelRatio(picture.devicePixelRatio());
         plain.fill(picture.pixelColor(0, 0));
         QCOMPARE(picture, plain); // no frame, no ground of its own
+    }
+
+    void theStatusLineNeitherWidensTheWindowNorMovesAnything_data()
+    {
+        QTest::addColumn<int>("points");
+        for (const int points : {9, 18, 24})
+            QTest::addRow("%d points", points) << points;
+    }
+    void theStatusLineNeitherWidensTheWindowNorMovesAnything()
+    {
+        QFETCH(const int, points);
+        const QFont usual = QApplication::font();
+        const auto back = qScopeGuard([&usual] { QApplication::setFont(usual); });
+        QFont font = usual;
+        font.setPointSize(points);
+        QApplication::setFont(font);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        const auto places = [&user] {
+            QList<QRect> list;
+            for (QWidget *widget : QList<QWidget *>{&user.window, user.applyButton, user.gameList,
+                                                    user.settingsGroup, user.statusLabel})
+                list.append(QRect(widget->mapTo(&user.window, QPoint()), widget->size()));
+            return list;
+        };
+        QCOMPARE(user.window.width(), 900);
+        const QList<QRect> before = places();
+        user.toggle(u"Alpha"_s);
+        QCoreApplication::processEvents();
+        QCOMPARE(places(), before);
+        QVERIFY(user.window.rect().contains(before[1]));
+        QVERIFY(user.statusLabel->height() >=
+                user.statusLabel->heightForWidth(user.statusLabel->width()));
     }
 
     void longGameNamesLeaveTheWindowAsItIs_data() { addNameRows(); }
