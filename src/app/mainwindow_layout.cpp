@@ -2,8 +2,8 @@
 #include "app/mainwindow.h"
 
 #include "app/choicebox.h"
-#include "app/gamedelegate.h"
 #include "app/gamegroup.h"
+#include "app/gamelist.h"
 #include "app/labelcolumn.h"
 #include "app/previewlabel.h"
 #include "app/resolutionbox.h"
@@ -68,11 +68,7 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
 {
     auto *splitter = named(new QSplitter, u"splitter"_s);
     layout->addWidget(splitter, 1);
-    gameList = named(new QListWidget, u"gameList"_s);
-    gameList->setAccessibleName(u"Games"_s);
-    gameList->setIconSize(QSize(32, 32));
-    gameList->setItemDelegate(new GameDelegate(gameList));
-    gameList->setUniformItemSizes(true);
+    gameList = named(new GameList, u"gameList"_s);
     splitter->addWidget(gameList);
     buildSettingsGroup();
     splitter->addWidget(settingsGroup);

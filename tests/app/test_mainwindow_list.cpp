@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "windowuser.h"
 
+#include <QAccessible>
 #include <QImage>
+#include <QScopeGuard>
+#include <QScrollBar>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -134,6 +137,88 @@ private Q_SLOTS:
         QVERIFY(user.isTicked(u"Beta"_s));
         QVERIFY(!user.isTicked(u"Alpha"_s));
         QVERIFY(user.settingsGroup->isEnabled());
+    }
+
+    void aBlankWithinATypedNameTicksNothing()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s},
+                              {u"200"_s, u"Iron Harvest"_s},
+                              {u"300"_s, u"Iron Lantern"_s}});
+        WindowUser user;
+        user.gameList->setFocus();
+        const int usual = QApplication::keyboardInputInterval();
+        const auto back = qScopeGuard([usual] { QApplication::setKeyboardInputInterval(usual); });
+        QApplication::setKeyboardInputInterval(60000); // however slow the machine is
+        QTest::keyClicks(user.gameList, u"iron lan"_s);
+        QCOMPARE(user.gameList->currentItem(), user.item(u"Iron Lantern"_s));
+        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        // After a pause a blank ticks again, and so does the next.
+        QApplication::setKeyboardInputInterval(0);
+        const auto press = [&user] {
+            QTest::keyClick(user.gameList, Qt::Key_Space);
+            return user.isTicked(u"Iron Lantern"_s);
+        };
+        QVERIFY(QTest::qWaitFor(press));
+        QVERIFY(!press());
+        QCOMPARE(user.gameList->currentItem(), user.item(u"Iron Lantern"_s));
+    }
+
+    void theRowThatAScreenReaderSelectsIsTheCurrentOne()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        WindowUser user;
+        QAccessibleInterface *list = QAccessible::queryAccessibleInterface(user.gameList);
+        const auto toggle = [list](int row) {
+            list->child(row)->actionInterface()->doAction(
+                QAccessibleActionInterface::toggleAction());
+        };
+        // What is selected is deselected by the same action, but never without another in its place.
+        for (int i = 0; i < 2; ++i) {
+            toggle(1);
+            QCOMPARE(user.gameList->currentRow(), 1);
+            QCOMPARE(user.gameList->selectedItems(), {user.item(u"Beta"_s)});
+            QCOMPARE(user.settingsGroup->title(), u"Game settings: Beta"_s);
+        }
+        QTest::keyClick(user.gameList, Qt::Key_Space);
+        QVERIFY(user.isTicked(u"Beta"_s));
+        QVERIFY(!user.isTicked(u"Alpha"_s));
+    }
+
+    void theListCannotBeDraggedAway()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        const WindowUser user;
+        user.splitter->setSizes({0, 1000});
+        QVERIFY(user.gameList->width() >= user.gameList->minimumSizeHint().width());
+        user.splitter->setSizes({1000, 0});
+        QVERIFY(user.settingsGroup->width() >= user.settingsGroup->minimumSizeHint().width());
+    }
+
+    void refreshKeepsThePlaceInTheList_data()
+    {
+        QTest::addColumn<int>("selected");
+        QTest::newRow("the selected game is in view") << 30;
+        QTest::newRow("the selected game is not in view") << 0;
+    }
+    void refreshKeepsThePlaceInTheList()
+    {
+        QFETCH(const int, selected);
+        const PlayersMachine machine;
+        QList<InstalledGame> games;
+        for (int i = 100; i < 160; ++i)
+            games.append({QString::number(i), u"Game %1"_s.arg(i)});
+        machine.installGames(games);
+        WindowUser user;
+        user.selectRow(selected);
+        QScrollBar *bar = user.gameList->verticalScrollBar();
+        bar->setValue(bar->maximum() / 2);
+        const QRect before = user.gameList->visualItemRect(user.gameList->item(selected));
+        user.click(user.refreshButton);
+        QCOMPARE(user.gameList->currentRow(), selected);
+        QCOMPARE(user.gameList->visualItemRect(user.gameList->item(selected)), before);
     }
 
     void refreshKeepsEditsAndMarks()

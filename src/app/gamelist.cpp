@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "app/gamelist.h"
+
+#include "app/gameitem.h"
+
+#include <QApplication>
+#include <QStyledItemDelegate>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+class RowDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        // As wide as the list: a long name is elided, not scrolled.
+        return {0, QStyledItemDelegate::sizeHint(option, index).height()};
+    }
+
+protected:
+    void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
+    {
+        // The base class shrinks the decoration to the picture's own size and leaves it out without
+        // one; the view's icon size is in the option before.
+        const QSize box = option->decorationSize;
+        QStyledItemDelegate::initStyleOption(option, index);
+        option->decorationSize = box;
+        option->features |= QStyleOptionViewItem::HasDecoration;
+        if (!index.data(Qt::ToolTipRole).toString().isEmpty()) {
+            option->text += u"  \u2022"_s;
+            option->textElideMode = Qt::ElideMiddle; // the mark is seen behind a long name, too
+        }
+        option->font.setBold(index.data(GameItem::PendingRole).toBool());
+        option->fontMetrics = QFontMetrics(option->font);
+    }
+};
+
+} // namespace
+
+GameList::GameList()
+{
+    setAccessibleName(u"Games"_s);
+    setIconSize(QSize(32, 32));
+    setItemDelegate(new RowDelegate(this));
+    setUniformItemSizes(true);
+}
+
+void GameList::keyboardSearch(const QString &letters)
+{
+    if (letters != u' ')
+        sinceLetter.start();
+    QListWidget::keyboardSearch(letters);
+}
+
+bool GameList::edit(const QModelIndex &index, EditTrigger trigger, QEvent *event)
+{
+    const bool isSearching =
+        sinceLetter.isValid() && !sinceLetter.hasExpired(QApplication::keyboardInputInterval());
+    if (trigger == AnyKeyPressed && isSearching)
+        return false;
+    return QListWidget::edit(index, trigger, event);
+}
+
+void GameList::selectionChanged(const QItemSelection &selected, const QItemSelection &deselected)
+{
+    QListWidget::selectionChanged(selected, deselected);
+    setCurrentIndex(selected.isEmpty() ? currentIndex() : selected.indexes().first());
+}
