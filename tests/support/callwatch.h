@@ -7,11 +7,11 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <functional>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 #include <utility>
@@ -84,9 +84,11 @@ private:
     int sparedLeft = 0;
 };
 
-inline mode_t modeOf(int flags, va_list more)
+/// Calls the C library's function of that name, which the one of this file hides.
+template <typename Result = int, typename... Arguments>
+Result callLibrary(const char *name, Arguments... arguments)
 {
-    return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(more, mode_t) : 0;
+    return reinterpret_cast<Result (*)(Arguments...)>(::dlsym(RTLD_NEXT, name))(arguments...);
 }
 
 inline int watchedOpen(const char *path, int flags, mode_t mode = 0)
@@ -96,14 +98,15 @@ inline int watchedOpen(const char *path, int flags, mode_t mode = 0)
     const bool isReading = (flags & O_ACCMODE) == O_RDONLY;
     if (CallWatch::isToFail((isReading ? "read " : "write ") + name))
         return -1;
-    return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+    using Open = int (*)(const char *, int, ...);
+    return reinterpret_cast<Open>(::dlsym(RTLD_NEXT, "open"))(path, flags | O_LARGEFILE, mode);
 }
 
 } // namespace support
 
 // What each is called in a test: "sync a file" and "sync a folder", "rename", "change the mode",
-// "change the owner", "change the times", "lock", "read the access list" and to "set" or "drop" it,
-// and "read NAME" or "write NAME" for opening it.
+// "change the owner", "lock", "read the access list" and to "set" or "drop" it, and "read NAME" or
+// "write NAME" for opening it.
 extern "C" {
 
 int fsync(int descriptor)
@@ -114,7 +117,7 @@ int fsync(int descriptor)
     support::CallWatch::note(name);
     if (support::CallWatch::isToFail(name))
         return -1;
-    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+    return support::callLibrary("fsync", descriptor);
 }
 
 int rename(const char *from, const char *to) noexcept
@@ -122,84 +125,66 @@ int rename(const char *from, const char *to) noexcept
     support::CallWatch::note("rename");
     if (support::CallWatch::isToFail("rename"))
         return -1;
-    return static_cast<int>(::syscall(SYS_rename, from, to));
+    return support::callLibrary("rename", from, to);
 }
 
 int fchmod(int descriptor, mode_t mode) noexcept
 {
     if (support::CallWatch::isToFail("change the mode"))
         return -1;
-    return static_cast<int>(::syscall(SYS_fchmod, descriptor, mode));
+    return support::callLibrary("fchmod", descriptor, mode);
 }
 
 int fchown(int descriptor, uid_t owner, gid_t group) noexcept
 {
     if (support::CallWatch::isToFail("change the owner"))
         return -1;
-    return static_cast<int>(::syscall(SYS_fchown, descriptor, owner, group));
+    return support::callLibrary("fchown", descriptor, owner, group);
 }
 
 ssize_t getxattr(const char *path, const char *name, void *value, size_t size) noexcept
 {
     if (support::CallWatch::isToFail("read the access list"))
         return -1;
-    return ::syscall(SYS_getxattr, path, name, value, size);
+    return support::callLibrary<ssize_t>("getxattr", path, name, value, size);
 }
 
 int fsetxattr(int descriptor, const char *name, const void *value, size_t size, int flags) noexcept
 {
     if (support::CallWatch::isToFail("set the access list"))
         return -1;
-    return static_cast<int>(::syscall(SYS_fsetxattr, descriptor, name, value, size, flags));
+    return support::callLibrary("fsetxattr", descriptor, name, value, size, flags);
 }
 
 int fremovexattr(int descriptor, const char *name) noexcept
 {
     if (support::CallWatch::isToFail("drop the access list"))
         return -1;
-    return static_cast<int>(::syscall(SYS_fremovexattr, descriptor, name));
-}
-
-int futimens(int descriptor, const timespec times[2]) noexcept
-{
-    if (support::CallWatch::isToFail("change the times"))
-        return -1;
-    return static_cast<int>(::syscall(SYS_utimensat, descriptor, nullptr, times, 0));
+    return support::callLibrary("fremovexattr", descriptor, name);
 }
 
 int flock(int descriptor, int operation) noexcept
 {
     if (support::CallWatch::isToFail("lock"))
         return -1;
-    return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
+    return support::callLibrary("flock", descriptor, operation);
 }
 
-// The program's own sources open by this name, Qt by the next one.
+// With _FILE_OFFSET_BITS=64 the headers turn this name into open64, which Qt calls, too.
 int open(const char *path, int flags, ...)
 {
-    va_list more;
-    va_start(more, flags);
-    const int descriptor = support::watchedOpen(path, flags, support::modeOf(flags, more));
-    va_end(more);
-    return descriptor;
+    mode_t mode = 0;
+    if ((flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE) {
+        va_list more;
+        va_start(more, flags);
+        mode = va_arg(more, mode_t);
+        va_end(more);
+    }
+    return support::watchedOpen(path, flags, mode);
 }
 
-int open64(const char *path, int flags, ...)
-{
-    va_list more;
-    va_start(more, flags);
-    const int descriptor = support::watchedOpen(path, flags, support::modeOf(flags, more));
-    va_end(more);
-    return descriptor;
-}
-
-// These are what a hardened build may call instead, where no mode is given.
+// A hardened build may call this one where no mode is given.
 int __open_2(const char *path, int flags)
-{
-    return support::watchedOpen(path, flags);
-}
-
-int __open64_2(const char *path, int flags)
 {
     return support::watchedOpen(path, flags);
 }
