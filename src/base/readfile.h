@@ -17,7 +17,7 @@ namespace base
 inline constexpr qint64 largestFile = 64 * 1024 * 1024;
 
 /// The content of the regular file at `path`; no value when it cannot be opened or read to its end.
-/// What the kernel tells of its size does not count: in sysfs and procfs it is 4,096 or 0 whatever
+/// What the kernel tells of its size does not count: in sysfs and procfs it is a page or 0 whatever
 /// the content.
 std::optional<QByteArray> readFile(const QString &path);
 

@@ -104,7 +104,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("path");
         QTest::addColumn<qint64>("told");
-        QTest::newRow("sysfs") << QByteArray("/sys/devices/system/cpu/possible") << qint64(4096);
+        QTest::newRow("sysfs") << QByteArray("/sys/devices/system/cpu/possible")
+                               << qint64(::getpagesize());
         QTest::newRow("procfs") << QByteArray("/proc/version") << qint64(0);
     }
     void filesOfTheKernel()
