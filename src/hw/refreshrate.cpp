@@ -13,9 +13,8 @@ using namespace Qt::StringLiterals;
 namespace hw
 {
 
-int detectRefreshRate()
+int detectRefreshRate(int timeLimitMs)
 {
-    constexpr int timeLimitMs = 3000;
     constexpr qsizetype largestOutput = 1024 * 1024; // ten screens make some 30 KB
     auto process = std::make_unique<QProcess>();
     process->setStandardErrorFile(QProcess::nullDevice()); // it would be kept in memory

@@ -45,14 +45,15 @@ private Q_SLOTS:
     void itIsWaitedFor()
     {
         const ScratchFile file("content");
-        const LockHolder holder(file.folder(), 100);
+        LockHolder holder(file.folder());
         QVERIFY(!FolderLock(file.folder(), 0).isHeld());
-        QElapsedTimer timer;
-        timer.start();
+        CallWatch watch;
+        watch.before("lock", [&] { // the first try, which fails
+            watch.before("lock", [&] { holder.kill(); });
+        });
         const FolderLock lock(file.folder(), 30'000);
         QVERIFY(lock.isHeld());
         QVERIFY(!lock.isBusy());
-        QVERIFY2(timer.elapsed() < 10'000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void itIsWaitedForNoLonger()
@@ -65,7 +66,6 @@ private Q_SLOTS:
         QVERIFY(!lock.isHeld());
         QVERIFY(lock.isBusy());
         QVERIFY(timer.elapsed() >= 200);
-        QVERIFY2(timer.elapsed() < 5'000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void aKilledProcessLeavesNothing()
@@ -83,7 +83,7 @@ private Q_SLOTS:
         const ScratchFile file("content");
         CallWatch watch;
         watch.fail("lock", EINTR, 2);
-        QVERIFY(FolderLock(file.folder(), 5'000).isHeld());
+        QVERIFY(FolderLock(file.folder(), 60'000).isHeld());
     }
 
     void whatCannotBeLockedIsNotWaitedFor_data()
@@ -101,13 +101,10 @@ private Q_SLOTS:
         const ScratchFile file("content");
         CallWatch watch;
         if (error != 0)
-            watch.fail("lock", error);
-        QElapsedTimer timer;
-        timer.start();
+            watch.fail("lock", error, 1); // a second try would have it
         const FolderLock lock(file.beside(name), 60'000);
         QVERIFY(!lock.isHeld());
         QVERIFY(!lock.isBusy());
-        QVERIFY2(timer.elapsed() < 30'000, qPrintable(QString::number(timer.elapsed())));
     }
 
     void locksWithoutAStandardInput()

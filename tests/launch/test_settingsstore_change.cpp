@@ -342,7 +342,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         QVERIFY(keep(store, u"-novid"_s));
-        QVERIFY2(timer.elapsed() < 2'000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < 20'000, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(file.read(), twoOriginals);
         QCOMPARE(file.listing(), (QStringList{storeName, storeName + ".lock"_L1}));
     }
@@ -358,7 +358,6 @@ private Q_SLOTS:
             timer.start();
             QVERIFY(!keep(store, u"-novid"_s));
             QVERIFY(timer.elapsed() >= 3'000);
-            QVERIFY2(timer.elapsed() < 10'000, qPrintable(QString::number(timer.elapsed())));
         }
         QCOMPARE(file.read(), oneOriginal);
         QVERIFY(keep(store, u"-novid"_s));

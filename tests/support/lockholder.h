@@ -12,12 +12,12 @@
 namespace support
 {
 
-/// A second process that holds the lock of a folder from the constructor's end on: for `heldMs`, or
-/// until it is killed.
+/// A second process that holds the lock of a folder from the constructor's end on, until it is
+/// killed or a minute has gone.
 class LockHolder
 {
 public:
-    explicit LockHolder(const QString &folder, int heldMs = 60'000)
+    explicit LockHolder(const QString &folder)
     {
         int ends[2] = {};
         if (::pipe(ends) != 0)
@@ -27,7 +27,7 @@ public:
             const base::FolderLock lock(folder, 0);
             const char answer = lock.isHeld() ? 'y' : 'n';
             if (::write(ends[1], &answer, 1) == 1)
-                QTest::qSleep(heldMs);
+                QTest::qSleep(60'000);
             ::_exit(0);
         }
         char answer = 0;
