@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
 """Takes the program on a sample machine through all its windows and pictures each.
 
-    on-desktop-bus screenshots.py BUILD FOLDER SCALE light|dark
+    on-desktop-bus screenshots.py BUILD FOLDER SCALE light|dark STYLE
 
-BUILD is the build folder; the pictures are FOLDER/<window>-<scale>x-<theme>.png.
+BUILD is the build folder; the pictures are FOLDER/<window>-<scale>x-<theme>-<style>.png.
 """
 import os
 import pathlib
@@ -17,10 +17,12 @@ os.environ["MARROWPULSE_BUILD"] = str(pathlib.Path(sys.argv[1]).resolve())
 from case import CLOSE_STEAM, RESTART_STEAM, SampleMachine  # noqa: E402
 from desktop import Application, Atspi, Desktop, has_state, wait_for  # noqa: E402
 
+# By the style, since a palette of its own comes with it, or by the palette.
+DARK_STYLES = {"Adwaita": "Adwaita-Dark"}
 DARK = """[Appearance]
 color_scheme_path=/usr/share/qt6ct/colors/darker.conf
 custom_palette=true
-style=Fusion
+style=%s
 """
 
 # What players have, by the scale that they use there.
@@ -180,33 +182,35 @@ def small_screen(machine, desktop, app, photographer):
     photographer.take_screen("small-screen")
 
 
-def shoot(folder, scale, theme, scenes, screen):
+def shoot(folder, scale, theme, style, scenes, screen):
     machine = SampleMachine()
     try:
-        environment = {"QT_SCALE_FACTOR": scale}
-        if theme == "dark":
+        environment = {"QT_SCALE_FACTOR": scale, "QT_STYLE_OVERRIDE": style}
+        if theme == "dark" and style in DARK_STYLES:
+            environment["QT_STYLE_OVERRIDE"] = DARK_STYLES[style]
+        elif theme == "dark":
             settings = machine.root / "home/.config/qt6ct"
             settings.mkdir(parents=True)
-            (settings / "qt6ct.conf").write_text(DARK)
+            (settings / "qt6ct.conf").write_text(DARK % style)
             environment["QT_QPA_PLATFORMTHEME"] = "qt6ct"
         with ScaledDesktop(float(scale), screen) as desktop:
             desktop.start(pathlib.Path(os.environ["MARROWPULSE_BUILD"]) / "marrowpulse", machine.root,
                           **environment)
             app = Application(desktop)
             app.wait("list item", "Amber Tides")
-            photographer = Photographer(desktop, app, folder, f"{scale}x-{theme}")
+            photographer = Photographer(desktop, app, folder, f"{scale}x-{theme}-{style.lower()}")
             for scene in scenes:
                 scene(machine, desktop, app, photographer)
     finally:
         machine.close()
 
 
-def main(folder, scale, theme):
-    shoot(folder, scale, theme, [tour], "2200x1600")
+def main(folder, *look):
+    shoot(folder, *look, [tour], "2200x1600")
     # The last of them changes the machine for good.
-    shoot(folder, scale, theme, [long_options, many_failures], "2200x1600")
-    shoot(folder, scale, theme, [small_screen], SMALL_SCREENS[scale])
+    shoot(folder, *look, [long_options, many_failures], "2200x1600")
+    shoot(folder, *look, [small_screen], SMALL_SCREENS[look[0]])
 
 
 if __name__ == "__main__":
-    main(pathlib.Path(sys.argv[2]).resolve(), sys.argv[3], sys.argv[4])
+    main(pathlib.Path(sys.argv[2]).resolve(), *sys.argv[3:])
