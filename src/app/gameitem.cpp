@@ -7,18 +7,42 @@
 #include <QImageReader>
 #include <QListWidget>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
+/// "jpeg" or "png", by the first bytes and not by the name: other formats of the toolkit open files
+/// that they name, or run for ever. Empty for them, and for a picture that takes far more time or
+/// memory than its size in pixels tells: each scan of a JPEG is a way through all of its pixels,
+/// and each compressed text of a PNG can be 8 MB long. Encoders write some ten scans and one text.
+QByteArray formatOf(const QByteArray &bytes)
+{
+    if (bytes.startsWith("\xff\xd8\xff") && bytes.count("\xff\xda") <= 50)
+        return "jpeg"_ba;
+    if (bytes.startsWith("\x89PNG\r\n\x1a\n") && bytes.count("zTXt") + bytes.count("iTXt") <= 2)
+        return "png"_ba;
+    return {};
+}
+
 /// The picture as it fills a box of that size in points, with its shape kept, on a screen of
-/// `scale` pixels a point.
+/// `scale` pixels a point. None when the file is no picture that is worth reading: Steam's largest
+/// have 3,840 x 1,240 pixels.
 QPixmap readPicture(const QString &path, QSize box, qreal scale)
 {
+    constexpr qsizetype mostBytes = 8 * 1024 * 1024;
+    constexpr int mostPixelsASide = 4096;
+    constexpr int mostPixels = 5'000'000;
     QByteArray bytes = base::readFile(path).value_or(QByteArray());
+    const QByteArray format = formatOf(bytes);
+    if (format.isEmpty() || bytes.size() > mostBytes)
+        return {};
     QBuffer buffer(&bytes);
-    QImageReader reader(&buffer);
+    QImageReader reader(&buffer, format);
+    reader.setAutoDetectImageFormat(false);
     const QSize whole = reader.size();
-    if (whole.isEmpty())
+    if (whole.isEmpty() || whole.width() > mostPixelsASide || whole.height() > mostPixelsASide ||
+        whole.width() * whole.height() > mostPixels)
         return {};
     const QSizeF shown = QSizeF(whole).scaled(QSizeF(box) * scale, Qt::KeepAspectRatio);
     reader.setScaledSize(shown.toSize().expandedTo({1, 1}));
