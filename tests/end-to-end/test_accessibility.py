@@ -54,6 +54,16 @@ class Accessibility(ProgramTestCase):
         self.desktop.key("space")
         wait_for(lambda: own.get_description().startswith("Has custom"), "the description")
 
+    def test_toggle_makes_its_game_the_current_one(self):
+        self.app.wait("panel", "Game settings: Amber Tides")
+        item = self.app.wait("list item", "Fathom")
+        Atspi.Action.do_action(item, 0)  # Toggle, the only one
+        self.app.wait("panel", "Game settings: Fathom")
+        was_ticked = has_state(item, Atspi.StateType.CHECKED)
+        self.desktop.key("space")
+        wait_for(lambda: has_state(item, Atspi.StateType.CHECKED) != was_ticked, "Fathom's tick")
+        self.assertFalse(has_state(self.app.wait("list item", "Amber Tides"), Atspi.StateType.CHECKED))
+
     def test_dialog(self):
         self.app.click(self.app.wait("list item", "Amber Tides"))
         self.desktop.key("space")

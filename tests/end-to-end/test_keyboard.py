@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 """The main job without a pointer."""
+import time
 import unittest
 
 from case import CLOSE_STEAM, RESTART_STEAM, ProgramTestCase
@@ -8,7 +9,7 @@ from desktop import Atspi, has_state, label_of, wait_for
 PENDING = "1 game(s) with pending changes. Steam must close briefly to apply."
 
 
-class Keyboard(ProgramTestCase):
+class KeyboardTestCase(ProgramTestCase):
     def focus(self, key, expected):
         """Presses a key and waits for the focus to be where it is expected."""
         self.desktop.key(key)
@@ -35,6 +36,12 @@ class Keyboard(ProgramTestCase):
         self.desktop.key("space")
         self.status_is(PENDING)
 
+    def machine_gains(self, appid, name):
+        manifest = self.machine.steam / f"steamapps/appmanifest_{appid}.acf"
+        manifest.write_text('"AppState"\n{\n\t"appid"\t\t"%s"\n\t"name"\t\t"%s"\n}\n' % (appid, name))
+
+
+class Keyboard(KeyboardTestCase):
     def test_whole_job(self):
         self.tick_first_game()
         self.focus("Tab", "Upscaling (FSR)")
@@ -115,10 +122,6 @@ class Keyboard(ProgramTestCase):
         self.focus_is("Games")
         self.status_is(PENDING)
 
-    def machine_gains(self, appid, name):
-        manifest = self.machine.steam / f"steamapps/appmanifest_{appid}.acf"
-        manifest.write_text('"AppState"\n{\n\t"appid"\t\t"%s"\n\t"name"\t\t"%s"\n}\n' % (appid, name))
-
     def test_esc_declines_closing_steam(self):
         before = self.machine.local_config.read_bytes()
         self.tick_first_game()
@@ -160,6 +163,27 @@ class Keyboard(ProgramTestCase):
                 wait_for(lambda: not has_state(combo, Atspi.StateType.EXPANDED), "the closed list")
                 self.focus_is(label)
                 self.assertEqual(combo.get_name(), shown)
+
+
+class Searching(KeyboardTestCase):
+    def prepare(self):
+        self.machine_gains("2002020", "Iron Bastion")
+
+    def test_a_blank_in_a_typed_name_ticks_nothing(self):
+        self.focus_is("Games")
+        self.desktop.type("iron lan")
+        self.app.wait("panel", "Game settings: Iron Lantern")
+        self.focus("Tab", "Refresh")  # since the settings are off, nothing was ticked
+        self.status_is("No pending changes.")
+
+    def test_a_blank_after_the_search_ticks_the_game_that_was_found(self):
+        self.focus_is("Games")
+        self.desktop.type("iron l")
+        self.app.wait("panel", "Game settings: Iron Lantern")
+        time.sleep(1)  # nothing but time ends a search
+        self.desktop.key("space")
+        self.status_is(PENDING)
+        self.assertTrue(has_state(self.app.wait("list item", "Iron Lantern"), Atspi.StateType.CHECKED))
 
 
 if __name__ == "__main__":
