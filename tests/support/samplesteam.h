@@ -17,7 +17,8 @@ struct SampleApp {
 };
 
 /// A localconfig.vdf of the shape that Steam writes: friends, then Software/Valve/Steam with the
-/// "apps" section, then further sections. The same arguments give the same text.
+/// "apps" section, then further sections, two of them with smaller "apps" sections of their own.
+/// Games have blocks in their blocks. The same arguments give the same text.
 QByteArray sampleLocalConfig(const QList<SampleApp> &apps, int friends = 12);
 
 } // namespace support
