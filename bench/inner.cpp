@@ -4,7 +4,7 @@
 #include "base/durablefile.h"
 #include "steam/gamescan.h"
 #include "steam/keyvalues.h"
-#include "steam/launchoptionseditor.h"
+#include "steam/localconfigfile.h"
 #include "steam/locations.h"
 
 #include <QApplication>

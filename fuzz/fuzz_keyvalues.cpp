@@ -10,9 +10,15 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+/// A position as the model has it, which has no -1.
+std::size_t place(qsizetype position)
+{
+    return static_cast<std::size_t>(position);
+}
+
 bool same(steam::BraceSpan span, model::Block block)
 {
-    return span.open == block.open && span.close == block.close;
+    return place(span.open) == block.open && place(span.close) == block.close;
 }
 
 } // namespace
@@ -23,7 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
     const std::string plain = input.toStdString();
     for (qsizetype i = input.indexOf('{'), n = 0; i >= 0 && n < 20;
          i = input.indexOf('{', i + 1), ++n)
-        fuzz::require(steam::matchingBrace(input, i) == model::matchingBrace(plain, i),
+        fuzz::require(place(steam::matchingBrace(input, i)) ==
+                          model::matchingBrace(plain, place(i)),
                       "the matching brace");
 
     const steam::BraceSpan apps = steam::findAppsSection(input);

@@ -21,6 +21,7 @@ class QPushButton;
 class QVBoxLayout;
 class ResolutionBox;
 
+struct AppliedChanges;
 namespace steam
 {
 struct LaunchOptionsChange;
@@ -86,9 +87,8 @@ private:
     // Applying: mainwindow_apply.cpp
     QList<steam::LaunchOptionsChange> stageChanges() const;
     bool closeSteam();
-    QStringList editGames(const QString &vdf, const QList<steam::LaunchOptionsChange> &staged);
-    QStringList saveStore(const QMap<QString, QString> &originals);
-    bool wasTypedMeanwhile(const steam::LaunchOptionsChange &change, const QString &current) const;
+    QStringList takeOver(const QList<steam::LaunchOptionsChange> &staged,
+                         const AppliedChanges &applied);
     static void letRepaint();
 
     QList<hw::GpuInfo> gpus;

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "app/mainwindow.h"
 
+#include "app/applychanges.h"
 #include "app/busydialog.h"
 #include "app/messages.h"
 #include "app/waitcursor.h"
-#include "launch/launchoptions.h"
-#include "launch/settingsstore.h"
-#include "steam/launchoptionseditor.h"
+#include "steam/localconfigfile.h"
 #include "steam/locations.h"
 #include "steam/steamprocess.h"
 
@@ -14,8 +13,6 @@
 #include <QListWidget>
 #include <QScopeGuard>
 #include <QScopedValueRollback>
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 using steam::LaunchOptionsChange;
@@ -55,7 +52,7 @@ void MainWindow::apply()
         backedUp = !steam::writeBackup(vdf).isEmpty();
         letRepaint();
         if (backedUp)
-            failures = editGames(vdf, changes);
+            failures = takeOver(changes, applyChanges(vdf, changes, store, gameSettings));
     }
     if (!backedUp) {
         warn(this, u"Could not write a backup of Steam's config; nothing was changed."_s);
@@ -97,92 +94,18 @@ bool MainWindow::closeSteam()
     return exited;
 }
 
-/// Makes the changes in Steam's file, saves the store, and returns a line for each change that
-/// failed. What the file holds now counts, not the last scan: Steam wrote it as it exited.
-QStringList MainWindow::editGames(const QString &vdf, const QList<LaunchOptionsChange> &staged)
+/// Notes what Steam's file holds now, and returns a line for each staged change that failed.
+QStringList MainWindow::takeOver(const QList<LaunchOptionsChange> &staged,
+                                 const AppliedChanges &applied)
 {
-    QString error;
-    const std::optional<base::WholeFile> file = steam::readLocalConfig(vdf, &error);
-    QHash<QString, QString> messages;   // why a game's change failed, by app id
-    QHash<QString, QString> held;       // what the file holds for a game afterwards
-    QList<LaunchOptionsChange> changes; // a game in two libraries is staged twice, and edited once
-    for (const LaunchOptionsChange &change : staged) {
-        if (!file)
-            messages.insert(change.appid, error);
-        else if (!held.contains(change.appid))
-            changes.append(change);
-        held.insert(change.appid, change.launchOptions);
-    }
-    const QByteArray text = file ? file->bytes : QByteArray();
-    steam::EditedText edited = steam::editLaunchOptions(text, changes);
-
-    QMap<QString, QString> originals; // that are to be replaced
-    QSet<QString> leftOut;            // games that are not edited after all
-    for (qsizetype i = 0; i < changes.size(); ++i) {
-        const QString &appid = changes[i].appid;
-        const steam::EditOutcome &outcome = edited.outcomes[i];
-        if (wasTypedMeanwhile(changes[i], outcome.before)) {
-            held[appid] = outcome.before;
-            leftOut.insert(appid);
-        } else if (launch::isUsersOwn(outcome.before) && !outcome.isOldTextDoubtful) {
-            originals.insert(appid, outcome.before);
-        }
-    }
-    for (const QString &appid : saveStore(originals)) {
-        messages.insert(appid, "could not write backup for "_L1 + store.fileName());
-        leftOut.insert(appid);
-    }
-    letRepaint();
-    const auto isLeftOut = [&](const LaunchOptionsChange &change) {
-        return leftOut.contains(change.appid);
-    };
-    if (changes.removeIf(isLeftOut) > 0)
-        edited = steam::editLaunchOptions(text, changes);
-
-    const auto isMade = [](const steam::EditOutcome &outcome) { return outcome.message.isEmpty(); };
-    const bool replaced = std::none_of(edited.outcomes.cbegin(), edited.outcomes.cend(), isMade) ||
-                          steam::replaceLocalConfig(vdf, edited.bytes, file->version, &error);
-    for (qsizetype i = 0; i < changes.size(); ++i) {
-        if (!isMade(edited.outcomes[i]))
-            messages.insert(changes[i].appid, edited.outcomes[i].message);
-        else if (!replaced)
-            messages.insert(changes[i].appid, error);
-    }
-
-    for (steam::GameEntry &game : games) {
-        if (held.contains(game.appid) && !messages.contains(game.appid))
-            game.launchOptions = held[game.appid];
-    }
+    for (steam::GameEntry &game : games)
+        game.launchOptions = applied.launchOptions.value(game.appid, game.launchOptions);
     QStringList lines;
     for (const LaunchOptionsChange &change : staged) {
-        if (messages.contains(change.appid))
-            lines.append(change.appid + ": "_L1 + messages[change.appid]);
+        if (applied.failures.contains(change.appid))
+            lines.append(change.appid + ": "_L1 + applied.failures[change.appid]);
     }
     return lines;
-}
-
-/// Saves all settings, and the games' own options that are about to be replaced, by app id. The app
-/// ids of those whose options are not on the disk afterwards: they must not be replaced.
-QStringList MainWindow::saveStore(const QMap<QString, QString> &originals)
-{
-    launch::changeStore(store, [&](QSettings &scratch) {
-        for (auto it = originals.cbegin(); it != originals.cend(); ++it)
-            launch::rememberOriginalLaunchOptions(scratch, it.key(), it.value());
-        launch::saveAllGameSettings(scratch, gameSettings);
-    });
-    QStringList lost = originals.keys();
-    lost.removeIf([this](const QString &appid) {
-        return !launch::originalLaunchOptions(store, appid).isEmpty();
-    });
-    return lost;
-}
-
-/// Whether a game that is to have nothing any more, for nothing is kept for it, no longer holds the
-/// program's options either: what was typed in Steam since the scan stays.
-bool MainWindow::wasTypedMeanwhile(const LaunchOptionsChange &change, const QString &current) const
-{
-    return change.launchOptions.isEmpty() && !launch::isOwnLaunchOptions(current) &&
-           launch::originalLaunchOptions(store, change.appid).isEmpty();
 }
 
 /// Lets the window be painted and answer the window manager; it takes no input meanwhile.

@@ -2,14 +2,12 @@
 #include "launch/settingsstore.h"
 
 #include "base/durablefile.h"
-#include "base/folderlock.h"
 #include "launch/launchoptions.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QScopeGuard>
 #include <QSettings>
-#include <QTemporaryDir>
 
 #include <algorithm>
 
@@ -23,6 +21,8 @@ namespace
 constexpr auto configGroup = "config/"_L1;
 constexpr auto originalGroup = "original/"_L1;
 
+constexpr auto scratchName = ".scratch-"_L1; // of folders beside the store's file
+
 QString configKey(const QString &appid, QLatin1StringView field)
 {
     return configGroup + appid + u'/' + field;
@@ -33,40 +33,48 @@ QString originalKey(const QString &appid)
     return originalGroup + appid;
 }
 
-using Content = QMap<QString, QString>;
-
-/// The program's own keys, each with its value as text, as the file format has it. Other keys do
-/// not count: a malformed one has another name once QSettings has written it.
-Content contentOf(const QSettings &store)
+QString madeFolder(const QString &path)
 {
-    Content content;
-    for (const QString &key : store.allKeys()) {
-        if (key.startsWith(configGroup) || key.startsWith(originalGroup))
-            content.insert(key, store.value(key).toString());
+    base::makePrivateFolder(path);
+    return path;
+}
+
+QVariant fieldOf(const GameSettings &settings, const SettingsField &field)
+{
+    return std::visit([&](auto member) { return QVariant(settings.*member); }, field.member);
+}
+
+/// True if every field of every record and all of the launch options stand in the store, as the
+/// text that the file format has for them.
+bool holds(QSettings &store, const QMap<QString, GameSettings> &records,
+           const QMap<QString, QString> &originals)
+{
+    const auto isSame = [&store](QAnyStringView key, const QVariant &value) {
+        const QVariant held = store.value(key);
+        return held.isValid() && held.toString() == value.toString();
+    };
+    for (auto it = records.cbegin(); it != records.cend(); ++it) {
+        store.beginGroup(configGroup + it.key());
+        const bool areSame = std::all_of(
+            settingsFields.begin(), settingsFields.end(),
+            [&](const SettingsField &field) { return isSame(field.key, fieldOf(*it, field)); });
+        store.endGroup();
+        if (!areSame)
+            return false;
     }
-    return content;
+    return std::all_of(originals.keyValueBegin(), originals.keyValueEnd(), [&](const auto &kept) {
+        return isSame(originalKey(kept.first), kept.second);
+    });
 }
 
-bool write(const QString &path, const QByteArray &bytes)
+/// True if no game's key was lost since `before`, and no launch options that are kept got others.
+/// Other keys do not count: QSettings renames a malformed one when it writes it.
+bool keepsAll(const QSettings &now, const QSettings &before)
 {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
-}
-
-/// What a store of these bytes holds, read at a path where none ever was; no value on an error.
-std::optional<Content> contentOf(const QByteArray &bytes, const QString &newPath)
-{
-    const bool isWritten = write(newPath, bytes);
-    return isWritten ? std::optional(contentOf(QSettings(newPath, QSettings::NativeFormat)))
-                     : std::nullopt;
-}
-
-/// Whether no key was lost, and no launch options that are kept got others: QSettings takes what it
-/// cannot read for empty.
-bool keepsAll(const Content &now, const Content &before)
-{
-    return std::all_of(before.keyBegin(), before.keyEnd(), [&](const QString &key) {
-        return now.contains(key) && (key.startsWith(configGroup) || now[key] == before[key]);
+    const QStringList keys = before.allKeys();
+    return std::all_of(keys.cbegin(), keys.cend(), [&](const QString &key) {
+        return key.startsWith(originalGroup) ? now.value(key) == before.value(key)
+                                             : !key.startsWith(configGroup) || now.contains(key);
     });
 }
 
@@ -93,10 +101,10 @@ LoadedGame loadGameSettings(const QSettings &store, const QString &appid,
 void saveAllGameSettings(QSettings &store, const QMap<QString, GameSettings> &records)
 {
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
-        for (const SettingsField &field : settingsFields) {
-            const auto value = [&](auto member) { return QVariant((*it).*member); };
-            store.setValue(configKey(it.key(), field.key), std::visit(value, field.member));
-        }
+        store.beginGroup(configGroup + it.key());
+        for (const SettingsField &field : settingsFields)
+            store.setValue(field.key, fieldOf(*it, field));
+        store.endGroup();
     }
     store.sync();
 }
@@ -113,52 +121,58 @@ QString originalLaunchOptions(const QSettings &store, const QString &appid)
     return store.value(originalKey(appid)).toString();
 }
 
-// QSettings reads and writes the format, but only in copies, and what it says is read again under a
-// name that it never saw: it reports success on a full disk, and remembers what it meant to write
-// under the name that it knows.
-bool changeStore(QSettings &store, const std::function<void(QSettings &)> &change)
+// QSettings reads and writes the format, but only in a copy, and what it wrote is read again under
+// a name that it never saw. It treats an unreadable file as empty, reports success on a full disk,
+// and remembers what it meant to write under a name that it knows.
+
+StoreEdit::StoreEdit(QSettings &settingsStore)
+    : store(settingsStore), lock(madeFolder(QFileInfo(store.fileName()).path()))
 {
-    const auto readAnew = qScopeGuard([&store] { store.sync(); });
     const QString path = store.fileName();
-    base::makePrivateFolder(QFileInfo(path).path());
-    const base::FolderLock lock(QFileInfo(path).path());
-    const auto version = base::fileVersion(path);
+    store.sync();
+    version = base::fileVersion(path);
     const auto file = base::readWholeFile(path);
     if (!lock.isHeld() || (!file && !base::isMissing(path)))
+        return;
+    const QDir beside = QFileInfo(path).dir();
+    for (const QFileInfo &left :
+         beside.entryInfoList({scratchName + u'*'}, QDir::Dirs | QDir::Hidden | QDir::NoSymLinks))
+        QDir(left.filePath()).removeRecursively(); // of a run that was killed
+    scratch.emplace(beside.filePath(scratchName + "XXXXXX"_L1));
+    QFile copied(scratch->filePath(u"copy.conf"_s));
+    const QByteArray bytes = file ? file->bytes : QByteArray();
+    if (copied.open(QIODevice::WriteOnly) && copied.write(bytes) == bytes.size() && copied.flush())
+        settings = std::make_unique<QSettings>(copied.fileName(), QSettings::NativeFormat);
+}
+
+StoreEdit::~StoreEdit()
+{
+    store.sync();
+}
+
+bool StoreEdit::canKeep(const QString &appid, const QString &launchOptions) const
+{
+    return settings && !settings->contains(originalKey(appid)) &&
+           !launchOptions.contains(u'\ufeff');
+}
+
+bool StoreEdit::save(const QMap<QString, GameSettings> &records,
+                     const QMap<QString, QString> &originals)
+{
+    if (!settings)
         return false;
-    const QByteArray old = file ? file->bytes : QByteArray();
-    const QTemporaryDir scratch;
-    const QString copy = scratch.filePath(u"copy.conf"_s);
-    const auto before = contentOf(old, scratch.filePath(u"old.conf"_s));
-    if (!before || !write(copy, old))
+    if (holds(*settings, records, originals))
+        return true;
+    for (auto it = originals.cbegin(); it != originals.cend(); ++it)
+        rememberOriginalLaunchOptions(*settings, it.key(), *it);
+    saveAllGameSettings(*settings, records);
+    const QString path = scratch->filePath(u"proof.conf"_s);
+    if (!QFile::rename(settings->fileName(), path))
         return false;
-    QSettings settings(copy, QSettings::NativeFormat);
-    change(settings);
-    Content wanted = contentOf(settings); // before it may read again what it failed to write
-    if (!keepsAll(wanted, *before))
-        return false;
-    bool isAll = true;
-    for (const QString &proof :
-         {scratch.filePath(u"proof.conf"_s), scratch.filePath(u"second-proof.conf"_s)}) {
-        if (wanted == before)
-            return isAll;
-        settings.sync();
-        const auto written = base::readFile(copy);
-        const auto content = written ? contentOf(*written, proof) : std::nullopt;
-        if (!content)
-            return false;
-        if (content == wanted)
-            return base::replaceFile(path, *written, version) == base::Replaced::Yes && isAll;
-        isAll = false;
-        for (const QString &key : wanted.keys()) {
-            if (key.startsWith(originalGroup) && !before->contains(key) &&
-                content->value(key) != wanted[key]) {
-                settings.remove(key);
-                wanted.remove(key);
-            }
-        }
-    }
-    return false;
+    const auto written = base::readWholeFile(path);
+    QSettings proof(path, QSettings::NativeFormat);
+    return written && holds(proof, records, originals) && keepsAll(proof, store) &&
+           base::replaceFile(store.fileName(), written->bytes, version) == base::Replaced::Yes;
 }
 
 } // namespace launch

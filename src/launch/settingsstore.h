@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "base/folderlock.h"
+#include "base/readfile.h"
 #include "launch/gamesettings.h"
 
 #include <QLatin1StringView>
 #include <QMap>
 #include <QString>
+#include <QTemporaryDir>
 
 #include <array>
-#include <functional>
+#include <memory>
+#include <optional>
 #include <variant>
 
 class QSettings;
@@ -65,10 +69,34 @@ void rememberOriginalLaunchOptions(QSettings &store, const QString &appid,
 /// The launch options kept for the game; empty when there are none.
 QString originalLaunchOptions(const QSettings &store, const QString &appid);
 
-/// Changes the file of `store`, which is only read: `change` is handed a copy of what the file
-/// holds now, so that what another window wrote meanwhile stays. True when all that was set is on
-/// the disk. Otherwise the file is as it was; or, where the format cannot hold the text of a game's
-/// own launch options, all but those is there. `store` has read the file anew in any case.
-bool changeStore(QSettings &store, const std::function<void(QSettings &scratch)> &change);
+/// One change of the store's file. Other windows of the program wait until it ends, and the store
+/// has read the file anew then. What another window wrote before it stays.
+class StoreEdit
+{
+public:
+    /// Reads the store's file. Makes its folder, for this user alone, where it is missing.
+    explicit StoreEdit(QSettings &settingsStore);
+    ~StoreEdit();
+    Q_DISABLE_COPY_MOVE(StoreEdit)
+
+    /// What the file holds; a missing one holds nothing. Null when another window has the file all
+    /// the time, and when the file cannot be read or copied.
+    const QSettings *content() const { return settings.get(); }
+
+    /// True if the game's launch options can be kept: none are kept for it yet, and the file format
+    /// can hold them. It loses a byte-order mark (U+FEFF).
+    bool canKeep(const QString &appid, const QString &launchOptions) const;
+
+    /// Saves all `records`, and launch options that can be kept (see canKeep()) by app id. True
+    /// when all of them are on the disk; otherwise the file is as it was.
+    bool save(const QMap<QString, GameSettings> &records, const QMap<QString, QString> &originals);
+
+private:
+    QSettings &store;
+    base::FolderLock lock;
+    std::optional<base::FileVersion> version;
+    std::optional<QTemporaryDir> scratch; ///< beside the store's file
+    std::unique_ptr<QSettings> settings;  ///< of a copy of it in there
+};
 
 } // namespace launch

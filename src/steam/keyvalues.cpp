@@ -12,6 +12,8 @@ namespace steam
 namespace
 {
 
+constexpr QByteArrayView launchOptionsKey("\"LaunchOptions\"");
+
 /// Calls `visit` with each block of `text` that opens at or after `from`, as it closes.
 template <typename Visit>
 void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)
@@ -29,6 +31,34 @@ void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)
             open.pop_back();
         }
     }
+}
+
+/// White space between keys, values and braces: that of ASCII, line ends included.
+bool isSpace(char byte)
+{
+    return byte == ' ' || (byte >= '\t' && byte <= '\r');
+}
+
+qsizetype skipSpace(QByteArrayView text, qsizetype from)
+{
+    while (from < text.size() && isSpace(text[from]))
+        ++from;
+    return from;
+}
+
+/// The text of a block or value with its braces or quotes.
+QByteArrayView part(QByteArrayView text, BraceSpan span)
+{
+    return text.sliced(span.open, span.close + 1 - span.open);
+}
+
+/// The quote that ends what the quote at `open` begins, escapes known; the text's end without one.
+qsizetype closingQuote(QByteArrayView text, qsizetype open)
+{
+    qsizetype i = open + 1;
+    while (i < text.size() && text[i] != '"')
+        i += text[i] == '\\' ? 2 : 1;
+    return i;
 }
 
 /// What stands at or after `from` and before the brace at `open`, without white space at its end.
@@ -88,40 +118,83 @@ AppsSection::AppsSection(QByteArrayView text, BraceSpan apps) : utf8(text), sect
     const QByteArrayView inside = utf8.first(section.close + 1);
     forEachBlock(inside, section.open, [&](BraceSpan block) {
         const QByteArrayView key = keyOf(inside, section.open, block.open);
-        if (!key.isEmpty() && std::isdigit(static_cast<unsigned char>(key[0])))
-            blocks.insert(key, block);
+        if (key.isEmpty() || !std::isdigit(static_cast<unsigned char>(key[0])))
+            return;
+        BraceSpan &first = blocks[key];
+        if (!first.isValid() || block.open < first.open)
+            first = block;
     });
-    static const QByteArrayMatcher launchOptionsKey("\"LaunchOptions\"");
-    for (qsizetype key = launchOptionsKey.indexIn(inside, section.open); key >= 0;
-         key = launchOptionsKey.indexIn(inside, key + 1)) {
-        qsizetype open = key + launchOptionsKey.pattern().size();
-        while (open < inside.size() && isSpace(inside[open]))
-            ++open;
+    static const QByteArrayMatcher matcher(launchOptionsKey);
+    for (qsizetype key = matcher.indexIn(inside, section.open); key >= 0;
+         key = matcher.indexIn(inside, key + 1)) {
+        const qsizetype open = skipSpace(inside, key + launchOptionsKey.size());
         if (open < inside.size() && inside[open] == '"')
-            values.append({open, inside.indexOf('"', open + 1)});
+            candidates.append(Value{key, {open, inside.indexOf('"', open + 1)}});
     }
 }
 
 BraceSpan AppsSection::block(const QString &appid) const
 {
-    const QByteArray key = appid.toUtf8();
-    const auto [from, to] = blocks.equal_range(key);
-    const auto first = std::min_element(
-        from, to, [](const BraceSpan &a, const BraceSpan &b) { return a.open < b.open; });
-    return first == to ? BraceSpan() : *first;
+    return blocks.value(appid.toUtf8());
+}
+
+QList<BraceSpan> AppsSection::values(BraceSpan block) const
+{
+    QList<BraceSpan> values;
+    qsizetype end = block.open; // of the value before
+    for (auto it = std::lower_bound(candidates.cbegin(), candidates.cend(), block.open,
+                                    [](const Value &a, qsizetype from) { return a.key < from; });
+         it != candidates.cend() && it->key < block.close; ++it) {
+        if (it->key < end || it->quotes.close < 0 || it->quotes.close > block.close)
+            continue;
+        values.append(it->quotes);
+        end = it->quotes.close + 1;
+    }
+    return values;
 }
 
 QString AppsSection::launchOptions(const QString &appid) const
 {
-    const BraceSpan game = block(appid);
-    // The first value that begins in the block; those after it end no earlier.
-    const auto value =
-        std::lower_bound(values.cbegin(), values.cend(), game.open,
-                         [](const BraceSpan &a, qsizetype from) { return a.open < from; });
-    if (!game.isValid() || value == values.cend() || value->close < 0 || value->close > game.close)
+    const QList<BraceSpan> found = values(block(appid));
+    if (found.isEmpty())
         return {};
-    // Decoded with its quote: what stands at the very start of a text could be a byte-order mark.
-    return QString::fromUtf8(utf8.sliced(value->open, value->close - value->open)).mid(1);
+    // Decoded with its quotes: what stands at the very start of a text could be a byte-order mark.
+    return QString::fromUtf8(part(utf8, found.first())).chopped(1).mid(1);
+}
+
+bool isSeenAlike(QByteArrayView text, BraceSpan block, const QList<BraceSpan> &values,
+                 qsizetype place)
+{
+    qsizetype depth = 0;
+    BraceSpan key; // the one that waits for its value or block
+    auto value = values.cbegin();
+    for (qsizetype i = block.open; i <= block.close; ++i) {
+        if (text[i] == '"') {
+            const BraceSpan quotes{i, closingQuote(text, i)};
+            if (place > quotes.open && place <= quotes.close)
+                return false;
+            i = quotes.close;
+            if (!key.isValid()) {
+                key = quotes;
+                continue;
+            }
+            if (value != values.cend() && *value == quotes && part(text, key) == launchOptionsKey) {
+                const qsizetype next = skipSpace(text, quotes.close + 1);
+                if (next < text.size() && text[next] == '{')
+                    return false;
+                ++value;
+            }
+            key = {};
+        } else if (text[i] == '{') {
+            ++depth;
+            key = {};
+        } else if (text[i] == '}') {
+            key = {};
+            if (--depth == 0)
+                return i == block.close && value == values.cend();
+        }
+    }
+    return false;
 }
 
 } // namespace steam

@@ -20,13 +20,8 @@ struct BraceSpan {
     qsizetype close = -1;
 
     bool isValid() const { return open >= 0; }
+    bool operator==(const BraceSpan &) const = default;
 };
-
-/// White space between keys, values and braces: that of ASCII, line ends included.
-inline bool isSpace(char byte)
-{
-    return byte == ' ' || (byte >= '\t' && byte <= '\r');
-}
 
 /// The position of the brace that closes the one at `start`; -1 when there is none.
 qsizetype matchingBrace(QByteArrayView text, qsizetype start);
@@ -45,16 +40,31 @@ public:
 
     QByteArrayView text() const { return utf8; }
     BraceSpan span() const { return section; }
-    BraceSpan block(const QString &appid) const; ///< as findAppBlock()
-    qsizetype blockCount(const QString &appid) const { return blocks.count(appid.toUtf8()); }
+    BraceSpan block(const QString &appid) const;       ///< as findAppBlock()
     QString launchOptions(const QString &appid) const; ///< as readLaunchOptions()
 
+    /// The quotes of every value with the key "LaunchOptions" in the block and in the blocks within
+    /// it, in the text's order. The first is the one that is read.
+    QList<BraceSpan> values(BraceSpan block) const;
+
 private:
+    struct Value {
+        qsizetype key; ///< where the key's first quote stands
+        BraceSpan quotes;
+    };
+
     QByteArrayView utf8;
     BraceSpan section;
-    QMultiHash<QByteArrayView, BraceSpan> blocks; ///< of keys that can be app ids
-    QList<BraceSpan> values; ///< each with the key "LaunchOptions", in the text's order
+    QHash<QByteArrayView, BraceSpan> blocks; ///< the first of each key that can be an app id
+    QList<Value> candidates;                 ///< in the text's order; two can share a quote
 };
+
+/// True if a reader who knows quotes and escapes sees what the operations here see, which count
+/// braces and keys inside quotes, too: that `block` ends at its closing brace; that each of
+/// `values` is in it the value of a key "LaunchOptions", and no key of a block; that `place` (-1
+/// for none) is not in quotes. The block's opening brace is taken to stand outside quotes.
+bool isSeenAlike(QByteArrayView text, BraceSpan block, const QList<BraceSpan> &values = {},
+                 qsizetype place = -1);
 
 /// The first block with the key `appid` (decimal digits) that opens and closes inside `apps`.
 inline BraceSpan findAppBlock(QByteArrayView text, BraceSpan apps, const QString &appid)

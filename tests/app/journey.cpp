@@ -283,9 +283,8 @@ void Journey::changeOptionsInSteam()
     const std::string &appid = row.appid;
     const std::string options = randomOptions();
     note(u"In Steam's file %1 gets \"%2\""_s.arg(textOf(appid), textOf(options)));
-    const model::Edit edit =
-        model::setLaunchOptions(*computer.steamFile, appid, textOf(options).toStdU16String());
-    computer.steamFile = edit.bytes;
+    computer.steamFile =
+        model::edit(*computer.steamFile, {{appid, textOf(options).toStdU16String()}}).text;
     writeSteamFile();
     if (oneIn(2))
         refresh();

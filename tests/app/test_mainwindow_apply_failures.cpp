@@ -42,68 +42,6 @@ class TestMainWindowApplyFailures : public QObject
 private Q_SLOTS:
     void cleanup() { QVERIFY(!QGuiApplication::overrideCursor()); }
 
-    void ownOptionsThatCannotBeKeptAreNotReplaced_data()
-    {
-        QTest::addColumn<QString>("own");
-        QTest::addColumn<bool>("hasAStore");
-        QTest::newRow("a folder stands in the store's place") << u"-mine"_s << false;
-        QTest::newRow("the store's format cannot hold them") << u"\ufeff-mine"_s << true;
-    }
-    void ownOptionsThatCannotBeKeptAreNotReplaced()
-    {
-        QFETCH(const QString, own);
-        QFETCH(const bool, hasAStore);
-        const PlayersMachine machine;
-        machine.installGames({{u"901"_s, u"Alpha"_s, own}, {u"902"_s, u"Beta"_s, QString()}});
-        if (!hasAStore)
-            QVERIFY(QDir().mkpath(machine.storePath()));
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        user.toggle(u"Beta"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
-        user.click(user.applyButton);
-        QCOMPARE(
-            boxes.shown(),
-            (QStringList{warningBox("Some changes failed:\n901: could not write backup for "_L1 +
-                                    machine.storePath()),
-                         questionBox(restartQuestion)}));
-        QCOMPARE(machine.readLocalConfig(),
-                 support::sampleLocalConfig({{u"901"_s, own}, {u"902"_s, defaultOptions}}));
-        QVERIFY(!machine.storedValues().contains(u"original/901"_s));
-        // All that can be stored is.
-        QCOMPARE(machine.storedValues().contains(u"config/901/framegen"_s), hasAStore);
-        QCOMPARE(user.statusLabel->text(), onePending);
-        QVERIFY(user.applyButton->isEnabled());
-    }
-
-    void ownOptionsThatWereKeptBeforeAreReplacedAllTheSame()
-    {
-        const PlayersMachine machine;
-        machine.installGames(
-            {{u"903"_s, u"Alpha"_s, u"-kept"_s}, {u"904"_s, u"Beta"_s, u"-mine"_s}});
-        machine.write(machine.storePath(),
-                      "[original]\n903=-kept\n905=" + QByteArray(9000, 'x') + '\n');
-        WindowUser user;
-        const QByteArray store = machine.read(machine.storePath());
-        user.toggle(u"Alpha"_s);
-        user.toggle(u"Beta"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
-        {
-            // For Steam's file and for the store as it is, and not for a longer one.
-            const support::FileSizeLimit room(static_cast<rlim_t>(store.size()));
-            user.click(user.applyButton);
-        }
-        QCOMPARE(
-            boxes.shown(),
-            (QStringList{warningBox("Some changes failed:\n904: could not write backup for "_L1 +
-                                    machine.storePath()),
-                         questionBox(restartQuestion)}));
-        QVERIFY(!machine.readLocalConfig().contains("\"-kept\""));
-        QVERIFY(machine.readLocalConfig().contains("\"-mine\""));
-        QCOMPARE(machine.read(machine.storePath()), store);
-        QCOMPARE(user.statusLabel->text(), onePending);
-    }
-
     void twoFailuresAreTwoLinesInStagingOrder()
     {
         const PlayersMachine machine;

@@ -85,54 +85,6 @@ private Q_SLOTS:
         QVERIFY(user.item(u"Alpha"_s)->toolTip().endsWith(u"-typed"_s));
     }
 
-    void whatCannotBeReplacedIsNotKept_data()
-    {
-        QTest::addColumn<QByteArray>("own");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("an escaped quote")
-            << QByteArray("-name \\\"x\\\"") << u"post-edit verification failed for 100"_s;
-        QTest::newRow("braces") << QByteArray("A={x} %command%")
-                                << u"brace count changed; refusing to write"_s;
-        QTest::newRow("a lone brace")
-            << QByteArray("say :} %command%") << u"post-edit verification failed for 100"_s;
-        QTest::newRow("no UTF-8") << QByteArray("-name J\xf6rg")
-                                  << u"post-edit verification failed for 100"_s;
-    }
-    void whatCannotBeReplacedIsNotKept()
-    {
-        QFETCH(const QByteArray, own);
-        QFETCH(const QString, message);
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"OWN"_s}});
-        const QByteArray before = machine.readLocalConfig().replace("OWN", own);
-        machine.writeLocalConfig(before);
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        {
-            const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
-            user.click(user.applyButton);
-            QCOMPARE(boxes.shown(),
-                     (QStringList{warningBox("Some changes failed:\n100: "_L1 + message),
-                                  questionBox(restartQuestion)}));
-        }
-        QCOMPARE(machine.readLocalConfig(), before);
-        QVERIFY(!machine.storedValues().contains(u"original/100"_s));
-
-        // Unticked it is as if nothing had been; nor is it pending at the next start.
-        user.toggle(u"Alpha"_s);
-        QCOMPARE(user.statusLabel->text(), nothingPending);
-        QCOMPARE(WindowUser().statusLabel->text(), nothingPending);
-
-        // Mended in Steam, the game can be set up, and gets the mended options back.
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-mended"_s}});
-        user.click(user.refreshButton);
-        user.toggle(u"Alpha"_s);
-        applyAll(user);
-        user.toggle(u"Alpha"_s);
-        applyAll(user);
-        QVERIFY(machine.readLocalConfig().contains("\"-mended\""));
-    }
-
     void whatAnotherWindowKeptIsGivenBack_data()
     {
         QTest::addColumn<bool>("refreshed");
@@ -154,39 +106,6 @@ private Q_SLOTS:
         }
         applyAll(user);
         QVERIFY(machine.readLocalConfig().contains("\"-theirs\""));
-    }
-
-    void whatAnotherWindowWritesIsNotUndone()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        const QByteArray theirs = machine.readLocalConfig() + "\"theirs\"\n";
-        // The store is saved after the file was read and before it is replaced.
-        QTimer other;
-        connect(&other, &QTimer::timeout, [&] {
-            if (QFile::exists(machine.storePath())) {
-                machine.writeLocalConfig(theirs);
-                other.stop();
-            }
-        });
-        other.start(0);
-        {
-            const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
-            user.click(user.applyButton);
-            QCOMPARE(boxes.shown(),
-                     (QStringList{warningBox("Some changes failed:\n100: commit failed for "_L1 +
-                                             machine.localConfig()),
-                                  questionBox(restartQuestion)}));
-        }
-        QCOMPARE(machine.readLocalConfig(), theirs);
-        QVERIFY(user.applyButton->isEnabled());
-
-        user.click(user.refreshButton);
-        applyAll(user);
-        QVERIFY(machine.readLocalConfig().endsWith("\"theirs\"\n"));
-        QVERIFY(machine.readLocalConfig().contains(defaultOptions.toUtf8()));
     }
 
     void nothingElseIsBegunBehindAQuestion()

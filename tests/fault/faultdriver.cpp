@@ -8,7 +8,7 @@
 //   fault-driver plain FILE APPID OPTIONS     the same edit with a plain QSaveFile: the control
 //   fault-driver remember FILE TEXT APPID...  keeps TEXT for each game in the store FILE
 #include "launch/settingsstore.h"
-#include "steam/launchoptionseditor.h"
+#include "steam/localconfigfile.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -61,11 +61,13 @@ int plainSave(const QStringList &arguments)
 int remember(const QStringList &arguments)
 {
     QSettings store(arguments[2], QSettings::NativeFormat);
-    return claim(launch::changeStore(store, [&](QSettings &scratch) {
-        for (const QString &appid : arguments.sliced(4))
-            launch::rememberOriginalLaunchOptions(scratch, appid, arguments[3]);
-        launch::saveAllGameSettings(scratch, {}); // as an Apply does, which syncs
-    }));
+    launch::StoreEdit edit(store);
+    QMap<QString, QString> originals;
+    for (const QString &appid : arguments.sliced(4)) {
+        if (edit.canKeep(appid, arguments[3]))
+            originals.insert(appid, arguments[3]);
+    }
+    return claim(edit.save({}, originals));
 }
 
 } // namespace

@@ -127,7 +127,6 @@ class Call:
         return f"{self.name} {self.number}"
 
 
-SCRATCH = "/fault-driver-"  # the driver's temporary folders begin so
 CALL = re.compile(r"^(\w+)\(")
 
 
@@ -153,7 +152,7 @@ def traced(folder, arguments, strace=()):
             continue
         name = match.group(1)
         seen[name] = seen.get(name, 0) + 1
-        if name != "execve" and any(part in line for part in (folder, SCRATCH, "(INJECTED)")):
+        if name != "execve" and any(part in line for part in (folder, "(INJECTED)")):
             calls.append(Call(name, seen[name], line))
     for call in {call.name: call for call in calls}.values():
         call.is_last = True

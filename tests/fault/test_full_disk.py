@@ -113,21 +113,6 @@ class SettingsStore(unittest.TestCase):
         self.assertEqual(wrong, [])
         self.assertEqual(claims, {False, True})
 
-    def test_a_full_temporary_folder(self):
-        """The store's own disk has room, that of its scratch copies has not."""
-        old = b"[original]\n400=-first\n"
-        claims = set()
-        for pages_free in range(12):
-            with self.subTest(pages=pages_free), Disk(None, pages_free * PAGE) as disk, \
-                    faults.Folder(old) as folder:
-                answer = faults.Answer(faults.run(
-                    [faults.DRIVER, "remember", folder.file, OWN_OPTIONS, "10"], TMPDIR=disk.path))
-                claims.add(answer.done)
-                self.assertEqual(faults.read(folder.file),
-                                 b"[original]\n10=-own\n400=-first\n" if answer.done else old)
-                self.assertEqual(disk.names(), ["filler"])
-        self.assertEqual(claims, {False, True})
-
 
 if __name__ == "__main__":
     if sys.argv[1:2] == ["--in-namespace"]:

@@ -100,7 +100,8 @@ def unnoticed_sync(fault, answer):
 
 def leftovers(fault, folder, known):
     """Names in the folder that should not be there. What could not be unlinked is still there."""
-    names = [n for n in folder.names() if n not in known and ".bak-marrow-" not in n]
+    names = [n for n in folder.names() if n not in known and ".bak-marrow-" not in n
+             and not n.startswith(".scratch-")]  # removed at the next save
     if not names or fault.call.name.startswith("unlink"):
         return []
     return [f"left behind: {names}"]
@@ -188,7 +189,7 @@ class Store(Sweep):
     @staticmethod
     def judge(fault, answer, folder):
         wrong = leftovers(fault, folder, ("Marrowpulse.conf",))
-        if faults.SCRATCH not in fault.call.line:
+        if ".scratch-" not in fault.call.line:
             wrong += unnoticed_sync(fault, answer)
         content = faults.read(os.path.join(folder.path, "Marrowpulse.conf"))
         # Where one of the two does not come back from the scratch copy, the other one is kept.

@@ -4,7 +4,7 @@
 #include "model/steammodel.h"
 #include "onlythevalue.h"
 #include "steam/keyvalues.h"
-#include "steam/launchoptionseditor.h"
+#include "steam/localconfigfile.h"
 #include "support/samplesteam.h"
 
 #include <QDir>
@@ -108,10 +108,10 @@ void TestMalformedTexts::judge(const QByteArray &text, const QString &what)
     const QByteArray after = file.readAll();
     file.close();
 
-    const model::Edit told =
-        model::setLaunchOptions(text.toStdString(), appid.toStdString(), options.toStdU16String());
-    QVERIFY2(done == told.done, qPrintable(what));
-    QVERIFY2(after.toStdString() == told.bytes, qPrintable(what));
+    const model::Edited told =
+        model::edit(text.toStdString(), {{appid.toStdString(), options.toStdU16String()}});
+    QVERIFY2(done == told.refusals.empty(), qPrintable(what));
+    QVERIFY2(after.toStdString() == told.text, qPrintable(what));
     if (done) {
         ++tally.edited;
         QVERIFY2(fault::isOnlyTheValueChanged(text, after, appid.toLatin1(), options.toLatin1()),

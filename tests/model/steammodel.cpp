@@ -2,441 +2,389 @@
 #include "model/steammodel.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace model
 {
 namespace
 {
 
-using Text = std::u16string;
-
-constexpr std::int64_t nowhere = -1;
-
-std::int64_t length(const Text &text)
-{
-    return static_cast<std::int64_t>(text.size());
-}
-
-char16_t at(const Text &text, std::int64_t i)
-{
-    return text[static_cast<std::size_t>(i)];
-}
+using Text = std::string;
 
 /// From `from` (included) to `to` (excluded).
-Text part(const Text &text, std::int64_t from, std::int64_t to)
+Text part(const Text &text, std::size_t from, std::size_t to)
 {
-    return text.substr(static_cast<std::size_t>(from), static_cast<std::size_t>(to - from));
+    return text.substr(from, to - from);
 }
 
-bool isBlank(char16_t unit)
-{
-    return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\v' || unit == u'\f' ||
-           unit == u'\r';
-}
-
-bool isDigit(char16_t unit)
-{
-    return unit >= u'0' && unit <= u'9';
-}
-
-/// The end of `literal` when it stands at `i`, else nowhere; nowhere leads to nowhere, so that the
+/// Behind as many of `these` as stand at `i`. Nowhere leads to nowhere, here and below, so that the
 /// steps of a pattern can be chained.
-std::int64_t literally(const Text &text, std::int64_t i, const Text &literal)
+std::size_t many(const Text &text, std::size_t i, const Text &these)
 {
-    if (i == nowhere || text.compare(static_cast<std::size_t>(i), literal.size(), literal) != 0)
-        return nowhere;
-    return i + static_cast<std::int64_t>(literal.size());
+    return i == nowhere ? nowhere : std::min(text.find_first_not_of(these, i), text.size());
 }
 
-/// The end of as many blanks as stand at `i`.
-std::int64_t blanks(const Text &text, std::int64_t i)
+std::size_t blanks(const Text &text, std::size_t i)
 {
-    while (i != nowhere && i < length(text) && isBlank(at(text, i)))
-        ++i;
-    return i;
+    return many(text, i, " \t\n\v\f\r");
 }
 
-/// The end of a quoted value that starts at `i`.
-std::int64_t quoted(const Text &text, std::int64_t i)
+/// Behind `literal` if it stands at `i`.
+std::size_t literally(const Text &text, std::size_t i, const Text &literal)
 {
-    i = literally(text, i, u"\"");
-    while (i != nowhere && i < length(text) && at(text, i) != u'"')
-        ++i;
-    return literally(text, i == length(text) ? nowhere : i, u"\"");
+    const bool stands = i != nowhere && text.compare(i, literal.size(), literal) == 0;
+    return stands ? i + literal.size() : nowhere;
 }
 
-/// One place where a pattern stands. The group is the part of it that the rule speaks of.
-struct Match {
-    std::int64_t start, groupStart, groupEnd, end;
+/// The blocks that `key` opens: "key" blanks {. The closing brace may be nowhere.
+std::vector<Block> blocksOf(const Text &text, const Text &key)
+{
+    std::vector<Block> blocks;
+    const Text quoted = '"' + key + '"';
+    for (std::size_t i = text.find(quoted); i != nowhere; i = text.find(quoted, i + 1)) {
+        const std::size_t behind = literally(text, blanks(text, i + quoted.size()), "{");
+        if (behind != nowhere)
+            blocks.push_back({behind - 1, matchingBrace(text, behind - 1)});
+    }
+    return blocks;
+}
+
+/// The quotes of the values in a block: "LaunchOptions" blanks "value".
+std::vector<Block> valuesIn(const Text &text, Block block)
+{
+    std::vector<Block> values;
+    const Text key = "\"LaunchOptions\"";
+    std::size_t i = text.find(key, block.open);
+    while (i < block.close) {
+        const std::size_t value = literally(text, blanks(text, i + key.size()), "\"");
+        const std::size_t end = value == nowhere ? nowhere : text.find('"', value);
+        if (end < block.close)
+            values.push_back({value - 1, end});
+        i = text.find(key, end < block.close ? end + 1 : i + 1);
+    }
+    return values;
+}
+
+/// A place and the white space that stands there.
+struct Indentation {
+    std::size_t at = nowhere;
+    Text text;
 };
 
-/// "key" blanks {
-std::optional<Match> blockKey(const Text &text, std::int64_t i, const Text &key)
+/// The first { line feed, blanks, quote in a block: its blanks.
+Indentation lineIndentation(const Text &text, Block block)
 {
-    const std::int64_t end =
-        literally(text, blanks(text, literally(text, i, u'"' + key + u'"')), u"{");
-    if (end == nowhere)
-        return {};
-    return Match{i, end - 1, end, end};
-}
-
-/// "LaunchOptions" blanks "value"; the group is the value between its quotes.
-std::optional<Match> valueEntry(const Text &text, std::int64_t i)
-{
-    const std::int64_t value = blanks(text, literally(text, i, u"\"LaunchOptions\""));
-    const std::int64_t end = quoted(text, value);
-    if (end == nowhere)
-        return {};
-    return Match{i, value + 1, end - 1, end};
-}
-
-/// { line feed, blanks, quote; the group is the blanks.
-std::optional<Match> firstKeyLine(const Text &text, std::int64_t i)
-{
-    const std::int64_t indent = literally(text, i, u"{\n");
-    const std::int64_t key = blanks(text, indent);
-    const std::int64_t end = literally(text, key, u"\"");
-    if (end == nowhere)
-        return {};
-    return Match{i, indent, key, end};
-}
-
-/// line feed, tabs, "digits"; the group is the tabs.
-std::optional<Match> appKeyLine(const Text &text, std::int64_t i)
-{
-    const std::int64_t indent = literally(text, i, u"\n");
-    std::int64_t key = indent;
-    while (key != nowhere && key < length(text) && at(text, key) == u'\t')
-        ++key;
-    const std::int64_t digits = literally(text, key == indent ? nowhere : key, u"\"");
-    std::int64_t behind = digits;
-    while (behind != nowhere && behind < length(text) && isDigit(at(text, behind)))
-        ++behind;
-    const std::int64_t end = literally(text, behind == digits ? nowhere : behind, u"\"");
-    if (end == nowhere)
-        return {};
-    return Match{i, indent, key, end};
-}
-
-/// All places where the pattern stands, from left to right, none inside the one before.
-template <typename Pattern>
-std::vector<Match> allMatches(const Text &text, const Pattern &pattern)
-{
-    std::vector<Match> matches;
-    for (std::int64_t i = 0; i < length(text);) {
-        if (const std::optional<Match> match = pattern(text, i)) {
-            matches.push_back(*match);
-            i = match->end;
-        } else {
-            ++i;
-        }
+    for (std::size_t i = block.open; i < block.close; ++i) {
+        const std::size_t from = literally(text, i, "{\n");
+        const std::size_t to = blanks(text, from);
+        if (literally(text, to, "\"") <= block.close)
+            return {from, part(text, from, to)};
     }
-    return matches;
+    return {};
 }
 
-std::vector<Match> blockKeys(const Text &text, const Text &key)
+/// The first line feed, tabs, "digits" in the section: its tabs.
+Text appIndentation(const Text &text, Block apps)
 {
-    return allMatches(text, [&](const Text &t, std::int64_t i) { return blockKey(t, i, key); });
-}
-
-bool isHigh(char16_t unit)
-{
-    return unit >= 0xd800 && unit <= 0xdbff;
-}
-
-bool isLow(char16_t unit)
-{
-    return unit >= 0xdc00 && unit <= 0xdfff;
-}
-
-/// UTF-8 of UTF-16; a unit that is no character becomes "?" and takes `wellFormed` away.
-std::string encode(const Text &text, bool &wellFormed)
-{
-    wellFormed = true;
-    std::string bytes;
-    const auto byte = [&bytes](unsigned value) { bytes += static_cast<char>(value); };
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        unsigned code = text[i];
-        if (isHigh(text[i]) && i + 1 < text.size() && isLow(text[i + 1]))
-            code = 0x10000 + ((code - 0xd800) << 10) + (text[++i] - 0xdc00u);
-        else if (isHigh(text[i]) || isLow(text[i]))
-            code = '?';
-        wellFormed = wellFormed && (code != '?' || text[i] == u'?');
-        if (code < 0x80) {
-            byte(code);
-        } else if (code < 0x800) {
-            byte(0xc0 | code >> 6);
-            byte(0x80 | (code & 0x3f));
-        } else if (code < 0x10000) {
-            byte(0xe0 | code >> 12);
-            byte(0x80 | (code >> 6 & 0x3f));
-            byte(0x80 | (code & 0x3f));
-        } else {
-            byte(0xf0 | code >> 18);
-            byte(0x80 | (code >> 12 & 0x3f));
-            byte(0x80 | (code >> 6 & 0x3f));
-            byte(0x80 | (code & 0x3f));
-        }
+    for (std::size_t i = apps.open; i < apps.close; ++i) {
+        const std::size_t from = literally(text, i, "\n");
+        const std::size_t to = many(text, from, "\t");
+        const std::size_t digits = literally(text, to, "\"");
+        const std::size_t behind = many(text, digits, "0123456789");
+        if (to != from && behind != digits && literally(text, behind, "\"") <= apps.close)
+            return part(text, from, to);
     }
-    return bytes;
+    return "\t\t\t\t\t";
 }
 
-/// One unit a byte, so that positions are those of the file.
-Text widen(const std::string &bytes)
+unsigned at(const Text &text, std::size_t i)
 {
-    Text text;
-    for (const char byte : bytes)
-        text += static_cast<char16_t>(static_cast<unsigned char>(byte));
-    return text;
+    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
 }
 
-std::string narrow(const Text &text)
+/// How many bytes form the UTF-8 character at `i`; 1 also when they form none.
+std::size_t characterSize(const Text &text, std::size_t i)
 {
-    std::string bytes;
-    for (const char16_t unit : text)
-        bytes += static_cast<char>(static_cast<unsigned char>(unit));
-    return bytes;
-}
-
-/// How many bytes, one a unit, form the UTF-8 character at `i`; 1 also when they form none.
-std::int64_t characterSize(const Text &bytes, std::int64_t i)
-{
-    const char16_t lead = at(bytes, i);
-    std::int64_t size = 1;
-    if (lead >= 0xc2 && lead <= 0xdf)
-        size = 2;
-    if (lead >= 0xe0 && lead <= 0xef)
-        size = 3;
-    if (lead >= 0xf0 && lead <= 0xf4)
-        size = 4;
-    if (size == 1 || i + size > length(bytes))
-        return 1;
-    for (std::int64_t next = i + 1; next < i + size; ++next) {
-        if (at(bytes, next) < 0x80 || at(bytes, next) > 0xbf)
+    const unsigned lead = at(text, i);
+    const unsigned second = at(text, i + 1);
+    const std::size_t size = lead < 0xc2   ? 1
+                             : lead < 0xe0 ? 2
+                             : lead < 0xf0 ? 3
+                             : lead < 0xf5 ? 4
+                                           : 1;
+    for (std::size_t next = i + 1; next < i + size; ++next) {
+        if ((at(text, next) & 0xc0u) != 0x80)
             return 1;
     }
-    const char16_t second = at(bytes, i + 1);
     const bool isTooLong = (lead == 0xe0 && second < 0xa0) || (lead == 0xf0 && second < 0x90);
     const bool isNone = (lead == 0xed && second > 0x9f) || (lead == 0xf4 && second > 0x8f);
     return isTooLong || isNone ? 1 : size;
 }
 
-/// The UTF-16 units of bytes, one a unit.
-Text decode(const Text &bytes)
+/// UTF-16 of bytes.
+std::u16string decode(const Text &text)
+{
+    std::u16string units;
+    for (std::size_t i = 0; i < text.size(); i += characterSize(text, i)) {
+        const std::size_t size = characterSize(text, i);
+        unsigned code = size == 1 ? at(text, i) : at(text, i) & (0x7fu >> size);
+        for (std::size_t next = i + 1; next < i + size; ++next)
+            code = code << 6 | (at(text, next) & 0x3fu);
+        if (size == 1 && code >= 0x80)
+            code = 0xfffd;
+        if (code >= 0x10000)
+            units += static_cast<char16_t>(0xd7c0 + (code >> 10));
+        units += static_cast<char16_t>(code < 0x10000 ? code : 0xdc00 | (code & 0x3ff));
+    }
+    return units;
+}
+
+bool isUtf8(const Text &text)
+{
+    std::size_t i = 0;
+    while (i < text.size() && (at(text, i) < 0x80 || characterSize(text, i) > 1))
+        i += characterSize(text, i);
+    return i == text.size();
+}
+
+/// UTF-8 of UTF-16; a unit that is no character becomes "?", which does not read back as that.
+Text encode(const std::u16string &units)
 {
     Text text;
-    for (std::int64_t i = 0; i < length(bytes);) {
-        const std::int64_t size = characterSize(bytes, i);
-        if (size == 1) {
-            text += at(bytes, i) < 0x80 ? at(bytes, i) : u'\ufffd';
-        } else {
-            unsigned code = at(bytes, i) & (0x7fu >> size);
-            for (std::int64_t next = i + 1; next < i + size; ++next)
-                code = code << 6 | (at(bytes, next) & 0x3fu);
-            if (code >= 0x10000)
-                text += static_cast<char16_t>(0xd800 + ((code - 0x10000) >> 10));
-            text +=
-                static_cast<char16_t>(code < 0x10000 ? code : 0xdc00 + ((code - 0x10000) & 0x3ff));
-        }
-        i += size;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        unsigned code = units[i];
+        if ((code & 0xfc00) == 0xd800 && i + 1 < units.size() && (units[i + 1] & 0xfc00) == 0xdc00)
+            code = ((code - 0xd7c0) << 10) | (units[++i] & 0x3ffu);
+        else if ((code & 0xf800) == 0xd800)
+            code = '?';
+        const unsigned more = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+        text +=
+            static_cast<char>(more == 0 ? code : (0xf0u << (3 - more) & 0xf0u) | code >> 6 * more);
+        for (unsigned left = more; left-- > 0;)
+            text += static_cast<char>(0x80u | (code >> 6 * left & 0x3fu));
     }
     return text;
 }
 
-bool isUtf8(const Text &bytes)
+/// What a reader sees in a block who knows quotes, escapes in them and braces: strings, "{" and
+/// "}", and nothing else. A string that does not end closes nowhere.
+std::vector<Block> tokensIn(const Text &text, Block block)
 {
-    for (std::int64_t i = 0; i < length(bytes);) {
-        const std::int64_t size = characterSize(bytes, i);
-        if (size == 1 && at(bytes, i) >= 0x80)
-            return false;
-        i += size;
+    std::vector<Block> tokens;
+    for (std::size_t i = block.open; i <= block.close; ++i) {
+        const std::size_t open = i;
+        if (text[i] == '"') {
+            for (++i; at(text, i) != '"' && i < text.size(); ++i)
+                i += text[i] == '\\';
+            tokens.push_back({open, i < text.size() ? i : nowhere});
+        } else if (text[i] == '{' || text[i] == '}') {
+            tokens.push_back({open, open});
+        }
     }
-    return true;
+    return tokens;
 }
 
-std::int64_t closingBrace(const Text &text, std::int64_t start)
+/// Where the block of the first token closes to that reader.
+std::size_t closingToken(const Text &text, const std::vector<Block> &tokens)
 {
-    std::int64_t depth = 0;
-    for (std::int64_t i = start; i < length(text); ++i) {
-        if (at(text, i) == u'{')
-            ++depth;
-        if (at(text, i) == u'}') {
-            --depth;
-            if (depth == 0)
-                return i;
-        }
+    int depth = 0;
+    for (const Block &token : tokens) {
+        depth += text[token.open] == '{' ? 1 : text[token.open] == '}' ? -1 : 0;
+        if (depth == 0)
+            return token.close;
     }
     return nowhere;
 }
 
-/// The same for a reader who knows that braces in quotes are none, and what a backslash does there.
-std::int64_t closingBraceOutsideQuotes(const Text &text, std::int64_t start)
+/// Whether that reader sees the value of a key "LaunchOptions", and no block behind it. Keys and
+/// values take turns; behind a brace stands a key.
+bool isValueOfKey(const Text &text, const std::vector<Block> &tokens, Block value)
 {
-    Text unquoted = text;
-    bool inQuotes = false;
-    for (std::int64_t i = start; i < length(text); ++i) {
-        char16_t &unit = unquoted[static_cast<std::size_t>(i)];
-        if (unit == u'"') {
-            inQuotes = !inQuotes;
-        } else if (inQuotes) {
-            const bool escapes = unit == u'\\';
-            unit = u'.';
-            if (escapes && i + 1 < length(text))
-                unquoted[static_cast<std::size_t>(++i)] = u'.';
-        }
+    bool isKey = true;
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+        const bool isString = text[tokens[i].open] == '"';
+        if (isString && !isKey && tokens[i] == value)
+            return part(text, tokens[i - 1].open, tokens[i - 1].close) == "\"LaunchOptions" &&
+                   literally(text, blanks(text, value.close + 1), "{") == nowhere;
+        isKey = !isString || !isKey;
     }
-    return closingBrace(unquoted, start);
+    return false;
 }
 
-Block appsSection(const Text &text)
+/// Whether the braces pair up by themselves.
+bool arePaired(const Text &text)
+{
+    int depth = 0;
+    for (const char byte : text) {
+        depth += byte == '{' ? 1 : byte == '}' ? -1 : 0;
+        if (depth < 0)
+            return false;
+    }
+    return depth == 0;
+}
+
+/// What one change does to the text, or why it does nothing.
+struct Decision {
+    Change change;
+    Refusal refusal;
+    Block block; ///< of the app; nowhere when it gets a new one
+    std::size_t from = 0, to = 0;
+    Text bytes{};
+};
+
+Decision decide(const Text &text, const Change &change)
+{
+    const Text value = encode(change.options);
+    const Block apps = findAppsSection(text);
+    Decision decision{change, {}, findAppBlock(text, apps, change.appid)};
+    const Block block = decision.block;
+    const auto refuse = [&](const Text &message, const Text &reason) {
+        decision.refusal = {message, reason};
+        return decision;
+    };
+    if (value.find_first_of("\"\\") != nowhere)
+        return refuse("options contain characters VDF cannot store unescaped", "characters");
+    if (apps.open == nowhere)
+        return refuse("no apps section found", "no section");
+
+    Text doubt;
+    if (closingToken(text, tokensIn(text, apps)) != apps.close)
+        doubt = "the section ends elsewhere";
+    const Text line = "\"LaunchOptions\"\t\t\"" + value + '"';
+    if (block.open == nowhere) {
+        const Text indent = appIndentation(text, apps);
+        decision.from = decision.to = apps.open + 1;
+        decision.bytes = '\n' + indent + '"' + change.appid + "\"\n" + indent + "{\n" + indent +
+                         '\t' + line + '\n' + indent + '}';
+    } else {
+        const std::vector<Block> tokens = tokensIn(text, block);
+        const std::vector<Block> values = valuesIn(text, block);
+        if (closingToken(text, tokens) != block.close)
+            doubt = "the block ends elsewhere";
+        if (values.empty()) {
+            const Indentation indent = lineIndentation(text, block);
+            if (indent.at == nowhere)
+                return refuse("cannot determine indentation for " + change.appid, "indentation");
+            decision.from = decision.to = indent.at;
+            decision.bytes = indent.text + line + '\n';
+            for (const Block &token : tokens) {
+                if (text[token.open] == '"' && token.open < indent.at && indent.at <= token.close)
+                    doubt = "the new line lies in quotes";
+            }
+        } else {
+            decision.from = decision.to = values.front().open;
+            for (const Block &old : values) {
+                decision.bytes += part(text, decision.to, old.open) + '"' + value + '"';
+                decision.to = old.close + 1;
+                if (!isUtf8(part(text, old.open, old.close)))
+                    doubt = "an old value is no UTF-8";
+                if (!isValueOfKey(text, tokens, old))
+                    doubt = "an old value is none to a reader of quotes";
+            }
+        }
+        const Text replaced = part(text, decision.from, decision.to);
+        for (const char brace : {'{', '}'}) {
+            if (std::count(replaced.begin(), replaced.end(), brace) !=
+                std::count(decision.bytes.begin(), decision.bytes.end(), brace))
+                return refuse("brace count changed; refusing to write", "brace count");
+        }
+    }
+    if (!arePaired(value))
+        doubt = "braces in the options do not pair up";
+    return doubt.empty() ? decision
+                         : refuse("post-edit verification failed for " + change.appid, doubt);
+}
+
+} // namespace
+
+std::size_t matchingBrace(const Text &text, std::size_t start)
+{
+    int depth = 0;
+    for (std::size_t i = start; i < text.size(); ++i) {
+        depth += text[i] == '{' ? 1 : text[i] == '}' ? -1 : 0;
+        if (text[i] == '}' && depth == 0)
+            return i;
+    }
+    return nowhere;
+}
+
+Block findAppsSection(const Text &text)
 {
     Block kept;
-    std::int64_t keptSize = 0;
-    for (const Match &match : blockKeys(text, u"apps")) {
-        const Block found{match.end - 1, closingBrace(text, match.end - 1)};
-        if (found.close <= 0)
+    std::size_t keptSize = 0;
+    for (const Block &found : blocksOf(text, "apps")) {
+        if (found.close == nowhere)
             continue;
-        const std::int64_t foundSize = length(decode(part(text, found.open, found.close)));
-        if (kept.open < 0 || foundSize > keptSize) {
+        const std::size_t size = decode(part(text, found.open, found.close)).size();
+        if (kept.open == nowhere || size > keptSize) {
             kept = found;
-            keptSize = foundSize;
+            keptSize = size;
         }
     }
     return kept;
 }
 
-Block appBlock(const Text &text, Block apps, const Text &appid)
+Block findAppBlock(const Text &text, Block apps, const Text &appid)
 {
-    for (const Match &match : blockKeys(text, appid)) {
-        if (match.start < apps.open || match.start > apps.close)
-            continue;
-        const Block found{match.end - 1, closingBrace(text, match.end - 1)};
-        if (found.close >= 1 && found.close <= apps.close)
+    for (const Block &found : blocksOf(text, appid)) {
+        const std::size_t key = text.rfind('"' + appid + '"', found.open);
+        if (key >= apps.open && key <= apps.close && found.close <= apps.close)
             return found;
     }
     return {};
 }
 
-/// One unit a byte.
-Text optionsOf(const Text &text, const Text &appid)
+Text rawLaunchOptions(const Text &text, const Text &appid)
 {
-    const Block apps = appsSection(text);
-    if (apps.open < 0)
-        return {};
-    const Block block = appBlock(text, apps, appid);
-    if (block.open < 0)
-        return {};
-    const Text content = part(text, block.open, block.close);
-    const std::vector<Match> values = allMatches(content, valueEntry);
-    return values.empty() ? Text()
-                          : part(content, values.front().groupStart, values.front().groupEnd);
+    const Block block = findAppBlock(text, findAppsSection(text), appid);
+    const std::vector<Block> values = valuesIn(text, block);
+    return block.open == nowhere || values.empty()
+               ? Text()
+               : part(text, values.front().open + 1, values.front().close);
 }
 
-} // namespace
-
-std::int64_t matchingBrace(const std::string &bytes, std::int64_t start)
+std::u16string readLaunchOptions(const Text &text, const Text &appid)
 {
-    return closingBrace(widen(bytes), start);
+    return decode(rawLaunchOptions(text, appid));
 }
 
-Block findAppsSection(const std::string &bytes)
+Edited edit(const Text &text, const std::vector<Change> &changes)
 {
-    return appsSection(widen(bytes));
-}
-
-Block findAppBlock(const std::string &bytes, Block apps, const std::string &appid)
-{
-    return appBlock(widen(bytes), apps, widen(appid));
-}
-
-std::u16string readLaunchOptions(const std::string &bytes, const std::string &appid)
-{
-    return decode(optionsOf(widen(bytes), widen(appid)));
-}
-
-std::string rawLaunchOptions(const std::string &bytes, const std::string &appid)
-{
-    return narrow(optionsOf(widen(bytes), widen(appid)));
-}
-
-Edit setLaunchOptions(const std::string &bytes, const std::string &appid,
-                      const std::u16string &options)
-{
-    const Text text = widen(bytes);
-    const Text id = widen(appid);
-    bool wellFormed = true; // if not, refused at the end: it could not read back
-    const Text value = widen(encode(options, wellFormed));
-    const Block apps = appsSection(text);
-    const Block block = apps.open < 0 ? Block() : appBlock(text, apps, id);
-    const Text content = block.open < 0 ? Text() : part(text, block.open, block.close + 1);
-    const std::vector<Match> values = allMatches(content, valueEntry);
-
-    // What the file holds for the game is in doubt.
-    bool doubtful = false;
-    for (const Block &found : {apps, block}) {
-        if (found.open >= 0 && closingBraceOutsideQuotes(text, found.open) != found.close)
-            doubtful = true;
-    }
-    bool oldBraces = false;
-    for (const Match &match : values) {
-        const Text old = part(content, match.groupStart, match.groupEnd);
-        std::int64_t backslashes = 0;
-        while (at(content, match.groupEnd - 1 - backslashes) == u'\\')
-            ++backslashes;
-        doubtful = doubtful || backslashes % 2 == 1 || !isUtf8(old);
-        oldBraces = oldBraces || old.find_first_of(u"{}") != Text::npos;
-    }
-    const auto refuse = [&bytes](const std::string &message, bool forOldText) {
-        return Edit{false, message, bytes, forOldText};
+    Edited edited;
+    const auto refuse = [&edited](const Decision &decision, const Text &reason) {
+        edited.refusals[decision.change.appid] = {
+            "post-edit verification failed for " + decision.change.appid, reason};
     };
-
-    for (const char16_t unit : options) {
-        if (unit == u'"' || unit == u'\\')
-            return refuse("options contain characters VDF cannot store unescaped", doubtful);
+    std::vector<Decision> accepted;
+    for (const Change &change : changes) {
+        const Decision next = decide(text, change);
+        const auto isInOrAround = [block = next.block](const Decision &other) {
+            return block.open != nowhere && other.block.open != nowhere &&
+                   block.open < other.block.close && other.block.open < block.close;
+        };
+        if (!next.refusal.message.empty())
+            edited.refusals[change.appid] = next.refusal;
+        else if (std::any_of(accepted.begin(), accepted.end(), isInOrAround))
+            refuse(next, "in or around another one's block");
+        else
+            accepted.push_back(next);
     }
-    if (apps.open < 0)
-        return refuse("no apps section found", doubtful);
-    Text edited;
-    if (block.open >= 0) {
-        Text newContent;
-        if (!values.empty()) {
-            std::int64_t copied = 0;
-            for (const Match &match : values) {
-                newContent += part(content, copied, match.groupStart) + value;
-                copied = match.groupEnd;
-            }
-            newContent += part(content, copied, length(content));
-        } else {
-            const std::vector<Match> lines = allMatches(content, firstKeyLine);
-            if (lines.empty())
-                return refuse("cannot determine indentation for " + appid, doubtful);
-            const Match line = lines.front();
-            newContent = part(content, 0, line.groupStart) +
-                         part(content, line.groupStart, line.groupEnd) +
-                         u"\"LaunchOptions\"\t\t\"" + value + u"\"\n" +
-                         part(content, line.groupStart, length(content));
-        }
-        edited = part(text, 0, block.open) + newContent + part(text, block.close + 1, length(text));
-        for (const char16_t brace : {u'}', u'{'}) {
-            if (std::count(edited.begin(), edited.end(), brace) !=
-                std::count(text.begin(), text.end(), brace))
-                return refuse("brace count changed; refusing to write", doubtful || oldBraces);
-        }
-    } else {
-        const std::vector<Match> lines = allMatches(part(text, apps.open, apps.close), appKeyLine);
-        Text indent = u"\t\t\t\t\t";
-        if (!lines.empty()) {
-            const Match line = lines.front();
-            indent = part(text, apps.open + line.groupStart, apps.open + line.groupEnd);
-        }
-        edited = part(text, 0, apps.open + 1) + u"\n" + indent + u"\"" + id + u"\"\n" + indent +
-                 u"{\n" + indent + u"\t\"LaunchOptions\"\t\t\"" + value + u"\"\n" + indent + u"}" +
-                 part(text, apps.open + 1, length(text));
+    // From the end of the text to its start; new blocks, all in one place, each before the others.
+    std::stable_sort(accepted.begin(), accepted.end(),
+                     [](const Decision &a, const Decision &b) { return a.from > b.from; });
+    for (std::size_t before = nowhere; before != accepted.size();) {
+        before = accepted.size();
+        edited.text = text;
+        for (const Decision &one : accepted)
+            edited.text.replace(one.from, one.to - one.from, one.bytes);
+        std::erase_if(accepted, [&](const Decision &one) {
+            const bool reads =
+                readLaunchOptions(edited.text, one.change.appid) == one.change.options;
+            if (!reads)
+                refuse(one, "does not read back");
+            return !reads;
+        });
     }
-    if (!wellFormed || doubtful || optionsOf(edited, id) != value)
-        return refuse("post-edit verification failed for " + appid, doubtful);
-    return {true, "", narrow(edited), false};
+    return edited;
 }
 
 std::string chooseLocalConfig(const std::vector<AccountFile> &listed)

@@ -2,43 +2,55 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
 // The rules of Steam's KeyValues text, of its editing and of the choice of localconfig.vdf told a
 // second time, as plainly as possible and without a line of the program: what the program does is
-// compared with this.
+// compared with this. Texts are a file's bytes, and positions count them.
 namespace model
 {
 
-/// Indices of "{" and of the "}" that closes it; -1 and -1 when there is none.
+constexpr std::size_t nowhere = std::string::npos;
+
+/// Where "{" and the "}" that closes it stand, or the two quotes of a value.
 struct Block {
-    std::int64_t open = -1;
-    std::int64_t close = -1;
+    std::size_t open = nowhere;
+    std::size_t close = nowhere;
 
     bool operator==(const Block &) const = default;
 };
 
-// Of a file's bytes; positions count bytes.
-std::int64_t matchingBrace(const std::string &bytes, std::int64_t start);
-Block findAppsSection(const std::string &bytes);
-Block findAppBlock(const std::string &bytes, Block apps, const std::string &appid);
+std::size_t matchingBrace(const std::string &text, std::size_t start);
+Block findAppsSection(const std::string &text);
+Block findAppBlock(const std::string &text, Block apps, const std::string &appid);
 /// In UTF-16; a byte that is part of no character is U+FFFD.
-std::u16string readLaunchOptions(const std::string &bytes, const std::string &appid);
+std::u16string readLaunchOptions(const std::string &text, const std::string &appid);
 /// The same as it stands in the file.
-std::string rawLaunchOptions(const std::string &bytes, const std::string &appid);
+std::string rawLaunchOptions(const std::string &text, const std::string &appid);
 
-struct Edit {
-    bool done = false;
-    std::string message;            ///< why not; empty when done
-    std::string bytes;              ///< what the file holds afterwards
-    bool isOldTextDoubtful = false; ///< what the file held must not be kept as the game's own
+struct Change {
+    std::string appid;
+    std::u16string options;
 };
 
-/// An edit of a file that holds `bytes`, on a disk where
-/// opening, copying and replacing succeed. `options` are UTF-16.
-Edit setLaunchOptions(const std::string &bytes, const std::string &appid,
-                      const std::u16string &options);
+struct Refusal {
+    std::string message;
+    std::string reason; ///< tells apart what has the same message
+
+    bool operator==(const Refusal &other) const { return message == other.message; }
+};
+
+struct Edited {
+    std::string text;
+    std::map<std::string, Refusal> refusals; ///< by app id
+
+    bool operator==(const Edited &) const = default;
+};
+
+/// The changes of one Apply, each of another app.
+Edited edit(const std::string &text, const std::vector<Change> &changes);
 
 /// A localconfig.vdf of one account.
 struct AccountFile {

@@ -95,12 +95,12 @@ std::string Window::edit(const std::string &appid, const std::string &options,
     const bool wasTyped = options == "" && !isKept && !isOwn(current);
     std::string line;
     if (!wasTyped) {
-        const Edit edit = setLaunchOptions(*computer.steamFile, appid, utf16Of(options));
-        if (!isKept && current != "" && !isOwn(current) && !edit.isOldTextDoubtful)
+        const Edited edited = model::edit(*computer.steamFile, {{appid, utf16Of(options)}});
+        if (!isKept && current != "" && !isOwn(current) && edited.refusals.empty())
             computer.store[original] = current;
-        computer.steamFile = edit.bytes;
-        if (!edit.done)
-            line = "\n" + appid + ": " + edit.message;
+        computer.steamFile = edited.text;
+        if (!edited.refusals.empty())
+            line = "\n" + appid + ": " + edited.refusals.at(appid).message;
     }
     for (Game &game : games) {
         if (game.appid == appid && line == "")

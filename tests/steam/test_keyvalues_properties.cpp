@@ -47,9 +47,15 @@ struct Seen {
     }
 };
 
+/// A position as the model has it, which has no -1.
+std::size_t place(qsizetype position)
+{
+    return static_cast<std::size_t>(position);
+}
+
 model::Block asBlock(BraceSpan span)
 {
-    return {span.open, span.close};
+    return {place(span.open), place(span.close)};
 }
 
 /// The bytes of any text, or of a few sections, one after the other, whose sizes are close in
@@ -83,9 +89,9 @@ void TestKeyValuesProperties::matchingBraceIsTheModels()
     QVERIFY(rc::check("matchingBrace equals the model from any start", [&seen] {
         const std::string text = *anyFile();
         const auto start = *rc::gen::inRange<qsizetype>(0, static_cast<qsizetype>(text.size()) + 3);
-        const std::int64_t expected = model::matchingBrace(text, start);
-        seen.note(expected >= 0, text);
-        RC_ASSERT(steam::matchingBrace(text, start) == expected);
+        const std::size_t expected = model::matchingBrace(text, place(start));
+        seen.note(expected != model::nowhere, text);
+        RC_ASSERT(place(steam::matchingBrace(text, start)) == expected);
     }));
     QVERIFY(seen.enough());
 }
@@ -96,7 +102,7 @@ void TestKeyValuesProperties::appsSectionIsTheModels()
     QVERIFY(rc::check("findAppsSection equals the model", [&seen] {
         const std::string text = *anyFile();
         const model::Block expected = model::findAppsSection(text);
-        seen.note(expected.open >= 0, text);
+        seen.note(expected.open != model::nowhere, text);
         RC_ASSERT(asBlock(steam::findAppsSection(text)) == expected);
     }));
     QVERIFY(seen.enough());
@@ -110,13 +116,12 @@ void TestKeyValuesProperties::appBlockInAnySpanIsTheModels()
         rc::check("findAppBlock equals the model in the section and between any positions", [&] {
             const std::string text = *rc::gen::nonEmpty(anyFile());
             const std::string appid = anyId();
-            const auto size = static_cast<std::int64_t>(text.size());
-            const auto open = *rc::gen::inRange<std::int64_t>(0, size);
-            const auto close = *rc::gen::inRange<std::int64_t>(open, size);
+            const auto open = *rc::gen::inRange<std::size_t>(0, text.size());
+            const auto close = *rc::gen::inRange(open, text.size());
             for (const model::Block apps :
                  {model::Block{open, close}, model::findAppsSection(text)}) {
                 const model::Block expected = model::findAppBlock(text, apps, appid);
-                seen.note(expected.open >= 0, text);
+                seen.note(expected.open != model::nowhere, text);
                 const BraceSpan span{static_cast<qsizetype>(apps.open),
                                      static_cast<qsizetype>(apps.close)};
                 const BraceSpan found =

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "steam/launchoptionseditor.h"
+#include "steam/localconfigfile.h"
 
 #include "support/scratchfile.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Outside the changed value every byte stays, whatever the file's bytes are; and the file stays the
 // kind of file that it was.
-#include "steam/launchoptionseditor.h"
+#include "steam/localconfigfile.h"
 
 #include "steam/keyvalues.h"
 #include "support/scratchfile.h"

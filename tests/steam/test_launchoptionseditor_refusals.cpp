@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Every refusal of an edit: its message in full, and the file and its folder as they were.
-#include "steam/launchoptionseditor.h"
+#include "steam/localconfigfile.h"
 
 #include "support/filesizelimit.h"
 #include "support/scratchfile.h"
@@ -127,6 +127,11 @@ void TestLaunchOptionsEditorRefusals::refusal_data()
     row("lone closing brace in a new block", noBlock, u"}"_s, verification);
     row("closing before opening in a new block", noBlock, u"}{"_s, verification);
     row("opening brace in a new block of an outermost section", noBlock, u"{"_s, verification);
+    // It would read back, and put every later edit in doubt.
+    row("opening brace in a new block of an inner section", "\"s\"\n{\n" + noBlock + "}\n",
+        u"LD_LIBRARY_PATH=/opt/a{b %command%"_s, verification);
+    row("braces in the wrong order for others in the right one",
+        "\"apps\" { \"620\" { \"LaunchOptions\" \"{}\" } }", u"}{"_s, verification);
     row("high surrogate alone", value, u"a"_s + loneHigh, verification);
     row("low surrogate alone", value, loneLow + u"a"_s, verification);
     row("surrogates the wrong way round", value, loneLow + loneHigh, verification);
@@ -173,6 +178,22 @@ void TestLaunchOptionsEditorRefusals::refusal_data()
     row("a brace in quotes, and in a block of the section only",
         "\"apps\" { \"620\" { \"a\" \"{\" \"LaunchOptions\" \"x\" } \"b\" \"}\" } } }", u"new"_s,
         verification);
+
+    // Keys and values that a reader who knows quotes sees otherwise.
+    row("a value that says LaunchOptions, before another key",
+        "\"apps\" { \"620\" {\n\"mode\" \"LaunchOptions\"\n\"Playtime\" \"55\"\n} }", u"new"_s,
+        verification);
+    row("the same beside a value",
+        "\"apps\" { \"620\" {\n\"LaunchOptions\" \"old\"\n\"mode\" \"LaunchOptions\"\n"
+        "\"Playtime\" \"55\"\n} }",
+        u"new"_s, verification);
+    row("a new line that would stand in a note",
+        "\"apps\" { \"620\" {\r\n\"note\" \"a{\n\"\r\n\"b\" \"}\" } }", u"new"_s, verification);
+    row("a value that is the key of a block",
+        "\"apps\" { \"620\" { \"LaunchOptions\" \"x\" { \"k\" \"v\" } } }", u"new"_s,
+        verification);
+    row("a key in a value", "\"apps\" { \"620\" { \"note\" \"a \\\"LaunchOptions\\\" \" } }",
+        u"new"_s, indentation);
     row("a quote that does not end", "\"apps\" { \"620\" { \"LaunchOptions\" \"x\" \"k } }",
         u"new"_s, verification);
 }

@@ -14,12 +14,13 @@ namespace support
 using Text = std::u16string;
 
 /// At most `most` pieces in a row.
-inline rc::Gen<Text> joined(const rc::Gen<Text> &piece, int most)
+template <typename String = Text>
+rc::Gen<String> joined(const rc::Gen<String> &piece, int most)
 {
-    return rc::gen::map(rc::gen::resize(most, rc::gen::container<std::vector<Text>>(piece)),
-                        [](const std::vector<Text> &pieces) {
-                            Text text;
-                            for (const Text &one : pieces)
+    return rc::gen::map(rc::gen::resize(most, rc::gen::container<std::vector<String>>(piece)),
+                        [](const std::vector<String> &pieces) {
+                            String text;
+                            for (const String &one : pieces)
                                 text += one;
                             return text;
                         });
@@ -98,21 +99,53 @@ inline rc::Gen<Text> blockOf(const rc::Gen<Text> &key, const rc::Gen<Text> &cont
                         });
 }
 
-inline rc::Gen<Text> appBlock()
+/// An entry by which one could mistake where a value, a line or a block is.
+inline rc::Gen<Text> misleadingEntry()
 {
-    return blockOf(
-        rc::gen::map(anyAppid(), [](const Text &id) { return u'"' + id + u'"'; }),
-        rc::gen::weightedOneOf<Text>(
-            {{4, valueEntry()}, {1, blockOf(quotedKey(), valueEntry())}, {1, anySpace()}}));
+    return rc::gen::element<Text>(u"\"Playtime\"\t\"55\"\n", u"\"mode\"\t\"LaunchOptions\"\n",
+                                  u"\"LaunchOptions\"\t\"LaunchOptions\"\n",
+                                  u"\"note\"\t\"a{\n\t\"\n", u"\"path\"\t\"\\\\x \\\"y\\\"\"\n",
+                                  u"\n\t\"10\"", u"\"note\"\t\"a{\n\t\"\n\"more\"\t\"}\"\n");
+}
+
+/// What stands in a game's block, `depth` blocks in one another at most.
+inline rc::Gen<Text> appContent(int depth)
+{
+    const rc::Gen<Text> key = rc::gen::weightedOneOf<Text>({{3, quotedKey()}, {1, valueEntry()}});
+    return rc::gen::weightedOneOf<Text>(
+        {{6, valueEntry()},
+         {2, depth == 0 ? valueEntry() : blockOf(key, appContent(depth - 1))},
+         {1, misleadingEntry()},
+         {1, anySpace()}});
+}
+
+inline rc::Gen<Text> appBlock(const rc::Gen<Text> &content = appContent(2))
+{
+    return blockOf(rc::gen::map(anyAppid(), [](const Text &id) { return u'"' + id + u'"'; }),
+                   content);
 }
 
 inline rc::Gen<Text> appsBlock()
 {
     return blockOf(rc::gen::just<Text>(u"\"apps\""),
-                   rc::gen::weightedOneOf<Text>({{10, appBlock()},
+                   rc::gen::weightedOneOf<Text>({{12, appBlock()},
+                                                 {2, appBlock(appBlock())},
+                                                 {1, appBlock(misleadingEntry())},
                                                  {2, valueEntry()},
                                                  {2, anySpace()},
-                                                 {1, rc::gen::just<Text>(u"\n\t\"10")}}));
+                                                 {1, misleadingEntry()}}));
+}
+
+/// A section for games, or several: two of them alike, so that a short edit makes the other one
+/// the larger, or any.
+inline rc::Gen<Text> anyAppsSections()
+{
+    return rc::gen::weightedOneOf<Text>(
+        {{4, appsBlock()},
+         {2, rc::gen::map(appsBlock(), [](const Text &section) { return section + section; })},
+         {2, rc::gen::map(rc::gen::pair(appsBlock(), appsBlock()),
+                          [](const std::pair<Text, Text> &two) { return two.first + two.second; })},
+         {1, joined(appsBlock(), 4)}});
 }
 
 /// Anything from Steam's own shape to loose braces and quotes; some are cut.

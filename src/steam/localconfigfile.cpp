@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#include "steam/localconfigfile.h"
+
+#include "base/folderlock.h"
+#include "steam/launchoptionseditor.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+
+using namespace Qt::StringLiterals;
+
+namespace steam
+{
+namespace
+{
+
+/// Assigns the message when anybody wants it. False, for callers that fail with it.
+bool fail(const QString &message, QString *error)
+{
+    if (error)
+        *error = message;
+    return false;
+}
+
+} // namespace
+
+std::optional<base::WholeFile> readLocalConfig(const QString &path, QString *error)
+{
+    std::optional<base::WholeFile> file = base::readWholeFile(path);
+    if (!file)
+        fail("cannot open "_L1 + path, error);
+    return file;
+}
+
+bool replaceLocalConfig(const QString &path, const QByteArray &bytes, const base::FileVersion &read,
+                        QString *error)
+{
+    // No other window of the program gets a turn between the look at the version and the renaming.
+    // Where the folder cannot be locked at all, the look alone has to do.
+    const base::FolderLock lock(QFileInfo(path).path());
+    const base::Replaced replaced =
+        lock.isBusy() ? base::Replaced::CommitFailed : base::replaceFile(path, bytes, read);
+    if (replaced == base::Replaced::Yes)
+        return true;
+    const auto message =
+        replaced == base::Replaced::CannotOpen ? "cannot write "_L1 : "commit failed for "_L1;
+    return fail(message + path, error);
+}
+
+bool setLaunchOptions(const QString &path, const QString &appid, const QString &options,
+                      bool makeBackup, QString *error)
+{
+    if (const QString refusal = storageRefusal(options); !refusal.isEmpty())
+        return fail(refusal, error); // whether there is a file or not
+    const std::optional<base::WholeFile> file = readLocalConfig(path, error);
+    if (!file)
+        return false;
+    const EditedText edited = editLaunchOptions(file->bytes, {{appid, options}});
+    if (!edited.refusals.isEmpty())
+        return fail(edited.refusals.first(), error);
+    if (makeBackup && writeBackup(path).isEmpty())
+        return fail(noBackupMessage(path), error);
+    return replaceLocalConfig(path, edited.bytes, file->version, error);
+}
+
+QString writeBackup(const QString &path)
+{
+    const QString base =
+        path + ".bak-marrow-"_L1 + QString::number(QDateTime::currentSecsSinceEpoch());
+    QString candidate = base;
+    for (int i = 1; QFile::exists(candidate); ++i)
+        candidate = base + u'-' + QString::number(i);
+    return base::copyFile(path, candidate) ? candidate : QString();
+}
+
+QString noBackupMessage(const QString &path)
+{
+    return "could not write backup for "_L1 + path;
+}
+
+} // namespace steam
