@@ -78,10 +78,13 @@ AppliedChanges applyChanges(const QString &vdf, const QList<LaunchOptionsChange>
 
     QList<LaunchOptionsChange> changes =
         changesToMake(staged, section, storeEdit.content(), cannotKeep, applied);
-    for (const auto &[appid, options] : changes) {
-        const QString refusal = steam::storageRefusal(options);
-        if (!file)
-            applied.failures.insert(appid, refusal.isEmpty() ? error : refusal);
+    if (!file) {
+        applied.launchOptions.clear(); // it is not known what any game has
+        for (const auto &[appid, options] : staged) {
+            const QString refusal = steam::storageRefusal(options);
+            if (!applied.failures.contains(appid))
+                applied.failures.insert(appid, refusal.isEmpty() ? error : refusal);
+        }
     }
     const auto dropFailed = [&] {
         return changes.removeIf([&](const LaunchOptionsChange &change) {

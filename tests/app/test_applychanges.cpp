@@ -338,10 +338,14 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(file->path()));
         QSettings store(storePath(), QSettings::NativeFormat);
         const AppliedChanges applied = applyChanges(
-            file->path(), {{u"10"_s, program}, {u"20"_s, "C:\\"_L1 + program}}, store, records);
+            file->path(), {{u"10"_s, program}, {u"20"_s, "C:\\"_L1 + program}, {u"30"_s, {}}},
+            store, records);
+        const QString cannotOpen = "cannot open "_L1 + file->path();
         QCOMPARE(applied.failures,
-                 (Texts{{u"10"_s, "cannot open "_L1 + file->path()},
-                        {u"20"_s, u"options contain characters VDF cannot store unescaped"_s}}));
+                 (Texts{{u"10"_s, cannotOpen},
+                        {u"20"_s, u"options contain characters VDF cannot store unescaped"_s},
+                        {u"30"_s, cannotOpen}}));
+        QCOMPARE(applied.launchOptions, Texts());
         QVERIFY(!QFile::exists(file->path()));
         QVERIFY(storedBytes().contains("[config]\n10\\caphz=0\n"));
     }
