@@ -4,11 +4,13 @@
 //   apply-driver build FOLDER GAMES   builds a machine with that many games, each with launch
 //                                     options of its own (-own and the app id)
 //   apply-driver build-kinds FOLDER   builds a machine with twenty games of six kinds; what they
-//   have
-//                                     is in kinds() below
+//                                     have is in kinds() below
 //   apply-driver start                opens the window and ends: the program does start
-//   apply-driver enable|disable       opens the window, checks or unchecks every game, applies, and
-//                                     answers every box: Yes to closing Steam, No to its restart
+//   apply-driver enable|disable [FROM TO]...
+//                                     opens the window, renames each file FROM to TO as another
+//                                     program could meanwhile, checks or unchecks every game,
+//                                     applies, and answers every box: Yes to closing Steam, No to
+//                                     its restart
 //
 // It prints its process id before anything is applied, then a line for each box that came up, and
 // how many milliseconds the whole took.
@@ -135,6 +137,10 @@ int main(int argc, char **argv)
     MainWindow window;
     window.show();
     QCoreApplication::processEvents();
+    for (qsizetype i = 2; i + 1 < arguments.size(); i += 2) {
+        if (std::rename(qPrintable(arguments[i]), qPrintable(arguments[i + 1])) != 0)
+            return 2;
+    }
     if (task == "start"_L1)
         say(window.windowTitle());
     else
