@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""The program is killed: before every system call of an edit that touches a file, and at random
-moments of a whole Apply. No file is damaged, and every game's own launch options are in Steam's file
-or in the store."""
+"""The program is killed at random moments of a whole Apply. No file is damaged, and every game's own
+launch options are in Steam's file or in the store."""
 import contextlib
 import os
 import random
@@ -12,67 +11,6 @@ import unittest
 
 import faults
 import machine
-from faults import APPID, NEW_OPTIONS, OWN_OPTIONS, inject, share, traced
-
-
-class KilledEdit(unittest.TestCase):
-    maxDiff = None
-
-    def kill_at_every_call(self, size, count):
-        old = faults.sample(size)
-        new = faults.edited(old)
-
-        def task(folder):
-            return ["edit", folder.file, APPID, NEW_OPTIONS]
-
-        def one(call):
-            with faults.Folder(old) as folder:
-                process, _ = traced(folder.path, task(folder), inject(call, "signal=KILL"))
-                wrong = []
-                if process.returncode != -signal.SIGKILL:
-                    wrong.append(f"{call}: not killed")
-                if faults.read(folder.file) not in (old, new):
-                    wrong.append(f"{call}: the file is damaged")
-                if any(faults.read(backup) != old for backup in folder.backups()):
-                    wrong.append(f"{call}: a backup is no copy")
-                return wrong, faults.read(folder.file) == new
-
-        with faults.Folder(old) as folder:
-            process, calls = traced(folder.path, task(folder))
-            self.assertTrue(faults.Answer(process).done)
-        self.assertGreater(len(calls), 50)
-        # The last call comes after the new file took its place.
-        results = faults.in_parallel(one, [*share(calls[:-1], count - 1), calls[-1]])
-        print(f"{self.id()}: {len(results)} kills")
-        self.assertEqual([text for wrong, _ in results for text in wrong], [])
-        self.assertEqual({done for _, done in results}, {False, True})
-
-    def test_at_every_call_of_a_file_of_5_kb(self):
-        self.kill_at_every_call(5000, 60)
-
-    def test_at_every_call_of_a_file_of_2_mb(self):
-        self.kill_at_every_call(2_000_000, 40)
-
-
-class KilledStore(unittest.TestCase):
-    def test_at_every_call(self):
-        old = b"[original]\n400=-first\n"
-
-        def task(folder):
-            return ["remember", folder.file, OWN_OPTIONS, "10"]
-
-        def one(call):
-            with faults.Folder(old) as folder:
-                process, _ = traced(folder.path, task(folder), inject(call, "signal=KILL"))
-                self.assertEqual(process.returncode, -signal.SIGKILL, str(call))
-                return str(call), faults.read(folder.file)
-
-        with faults.Folder(old) as folder:
-            _, calls = traced(folder.path, task(folder))
-        results = faults.in_parallel(one, share(calls, 40))
-        print(f"{self.id()}: {len(results)} kills")
-        for call, content in results:
-            self.assertIn(content, (old, b"[original]\n10=-own\n400=-first\n"), call)
 
 
 class KilledApply(unittest.TestCase):
