@@ -105,6 +105,20 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList());
     }
 
+    /// It holds what Steam's file holds, which only the user can read.
+    void aNewStoreIsTheUsersOwn()
+    {
+        const ScratchFile file("", storeName);
+        const QString path = file.beside(u"config/store.conf"_s);
+        const mode_t before = ::umask(0);
+        QSettings store(path, QSettings::NativeFormat);
+        const bool isKept = keep(store, u"-novid"_s);
+        ::umask(before);
+        QVERIFY(isKept);
+        QCOMPARE(ScratchFile::mode(file.beside(u"config"_s)), 0700);
+        QCOMPARE(ScratchFile::mode(path), 0600);
+    }
+
     void optionsOfAllKinds_data()
     {
         QTest::addColumn<QString>("options");
