@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A stand-in for the Steam client: a background process that holds localconfig.vdf in memory and
-// writes it anew when it is asked to exit. With --stubborn it does not exit.
+// writes it anew when it is asked to exit. It adds a line, so that tests see that it wrote, unless
+// the machine has a file exits-unnoted. With --stubborn it does not exit.
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -73,7 +74,8 @@ int main(int argc, char **argv)
         sigwait(&exitRequest, &signal);
     } while (stubborn);
     if (const auto brace = text.find("{\n"); !config.empty() && brace != std::string::npos) {
-        text.insert(brace + 2, "\t\"ExitCount\"\t\t\"1\"\n");
+        if (!fs::exists(home.parent_path() / "exits-unnoted"))
+            text.insert(brace + 2, "\t\"ExitCount\"\t\t\"1\"\n");
         std::ofstream out(config, std::ios::binary | std::ios::trunc);
         out << text;
     }
