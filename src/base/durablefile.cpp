@@ -29,7 +29,7 @@ bool sync(int descriptor)
     return true;
 }
 
-/// Syncs a file or folder by its name.
+/// Opens the file or folder and syncs it.
 bool syncPath(const QString &path)
 {
     const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
@@ -40,7 +40,7 @@ bool syncPath(const QString &path)
     return synced;
 }
 
-/// Where the links that begin at `path` lead to, when nothing stands there.
+/// The path at the end of the links that begin at `path`. Nothing exists there.
 QString danglingTarget(QString path)
 {
     constexpr int mostLinks = 40; // as the kernel follows
@@ -51,7 +51,7 @@ QString danglingTarget(QString path)
 
 constexpr auto accessList = "system.posix_acl_access"; // what acl(5) describes
 
-/// Gives the open file the mode, and no access list, whatever list its folder gives new files.
+/// Gives the open file the mode, and removes the access list that its folder may have given it.
 bool setMode(int descriptor, mode_t mode)
 {
     if (::fremovexattr(descriptor, accessList) != 0 && errno != ENODATA && errno != ENOTSUP)
@@ -59,7 +59,8 @@ bool setMode(int descriptor, mode_t mode)
     return ::fchmod(descriptor, mode) == 0;
 }
 
-/// Gives the open file mode, access list and, as root, owner and group of the old one at `path`.
+/// Gives the open file the mode, the access list and, for root, the owner and group of the old file
+/// at `path`.
 bool takeAfter(int descriptor, const QString &path, const struct stat &old)
 {
     QByteArray list(64 * 1024, '\0'); // the most that xattr(7) allows
@@ -73,8 +74,9 @@ bool takeAfter(int descriptor, const QString &path, const struct stat &old)
            (size < 0 || ::fsetxattr(descriptor, accessList, list.data(), size_t(size), 0) == 0);
 }
 
-/// Whoever compares sizes and times must see that the file changed: two files that are written
-/// within one tick of the kernel's clock have the same time, to the millisecond that is compared.
+/// Makes the open file's modification time differ from the old file's by at least a millisecond,
+/// so that programs that compare sizes and times see a change. Two files that are written within
+/// one tick of the kernel's clock would have the same time.
 bool setOtherTime(int descriptor, const struct stat &old)
 {
     constexpr long millisecond = 1'000'000;
@@ -95,7 +97,7 @@ bool setOtherTime(int descriptor, const struct stat &old)
 Replaced replaceFile(const QString &path, const QByteArray &content,
                      const std::optional<FileVersion> &expected)
 {
-    // QSaveFile takes a link or a mode that it fails to look at for none, and loses it.
+    // If stat() fails, QSaveFile loses the link and the mode.
     struct stat old = {};
     const bool exists = ::stat(QFile::encodeName(path).constData(), &old) == 0;
     if (!exists && errno != ENOENT)
@@ -106,8 +108,8 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
         return Replaced::CannotOpen;
     if (exists ? !takeAfter(file.handle(), path, old) : !setMode(file.handle(), 0600))
         return Replaced::CommitFailed;
-    // commit() alone is not to be believed: it ignores a failing sync, and after a full disk it
-    // can rename an empty or a cut file into place. Whatever fails here drops the temporary file.
+    // Do not trust commit() alone: it ignores a failing sync, and when the disk is full it can put
+    // an empty or a cut file in place. After a return, QSaveFile removes the temporary file.
     if (file.write(content) != content.size() || !file.flush() || file.size() != content.size())
         return Replaced::CommitFailed;
     if (exists && !setOtherTime(file.handle(), old))
@@ -118,7 +120,7 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
         return Replaced::CommitFailed;
     if (!file.commit())
         return Replaced::CommitFailed;
-    // The new text stands already; a folder that cannot be synced does not take it back.
+    // The file is replaced by now: a folder that cannot be synced is no failure.
     syncPath(QFileInfo(target).path());
     return Replaced::Yes;
 }
@@ -127,7 +129,7 @@ bool copyFile(const QString &from, const QString &to)
 {
     struct stat original = {};
     const std::optional<WholeFile> content = readWholeFile(from);
-    QTemporaryFile copy(to + ".XXXXXX"_L1); // of the user alone until it has its mode
+    QTemporaryFile copy(to + ".XXXXXX"_L1); // has mode 0600 until it gets the original's
     if (!content || ::stat(QFile::encodeName(from).constData(), &original) != 0 || !copy.open() ||
         !takeAfter(copy.handle(), from, original) ||
         copy.write(content->bytes) != content->bytes.size() || !copy.flush() ||

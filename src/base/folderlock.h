@@ -7,20 +7,20 @@
 namespace base
 {
 
-/// Keeps other windows of the program out of a folder for as long as it lives. The kernel drops the
-/// lock (flock) when the process ends, and there is no lock file.
+/// Locks a folder (flock) against other windows of the program until the object is destroyed. The
+/// kernel drops the lock when the process ends; there is no lock file.
 class FolderLock
 {
 public:
-    /// Waits at most `waitMs` milliseconds while somebody else has the lock.
+    /// Waits at most `waitMs` milliseconds for another window's lock.
     explicit FolderLock(const QString &folder, int waitMs = 3000);
     ~FolderLock();
     Q_DISABLE_COPY_MOVE(FolderLock)
 
-    /// This object has the lock: nobody else does.
+    /// True if this object has the lock.
     bool isHeld() const { return held; }
-    /// Somebody else had the lock all the time. Neither this nor isHeld() is true when the folder
-    /// cannot be locked: it is missing, or its file system has no locks.
+    /// True if another window had the lock all the time. Both this and isHeld() are false if the
+    /// folder cannot be locked: it is missing, or its file system has no locks.
     bool isBusy() const { return busy; }
 
 private:

@@ -24,8 +24,8 @@ FileVersion versionOf(const struct stat &status)
                 status.st_mtim.tv_sec * qint64{1'000'000'000} + status.st_mtim.tv_nsec};
 }
 
-/// What the open file holds; no value on an error, and for more than the program reads. The size
-/// that was told only saves steps.
+/// The content of the open file; no value on an error or beyond `largestFile`. `toldSize`, which
+/// may be wrong, only saves allocations.
 std::optional<QByteArray> readToEnd(int descriptor, qint64 toldSize)
 {
     constexpr qsizetype piece = 4096;
@@ -48,8 +48,8 @@ std::optional<QByteArray> readToEnd(int descriptor, qint64 toldSize)
 
 std::optional<WholeFile> readRegularFile(const QString &path)
 {
-    // Opening alone can wait (a pipe) or do something (a device), so the kind is looked at before;
-    // what takes the file's place in between is not waited for.
+    // Opening a pipe can block, and opening a device can have effects, so look at the type first.
+    // O_NONBLOCK is for a pipe that takes the file's place in between.
     const QByteArray name = QFile::encodeName(path);
     struct stat status = {};
     if (::stat(name.constData(), &status) != 0 || !S_ISREG(status.st_mode))

@@ -6,29 +6,28 @@
 
 #include <optional>
 
-// Reading files that somebody else wrote. Whatever stands under the name, the program neither waits
-// nor runs out of memory: only regular files are opened (through links, too), and none is read
-// beyond `largestFile`.
+// Reads files that other programs wrote. Opens only regular files, also through links, and reads at
+// most `largestFile` bytes. So a pipe, a device or an endless file neither blocks the program nor
+// uses up its memory.
 namespace base
 {
 
-/// In bytes; what is larger counts as unreadable. Steam's localconfig.vdf has some megabytes after
-/// years of use, and it is the largest of the files that are read.
+/// In bytes; a larger file counts as unreadable. The largest file that the program reads is Steam's
+/// localconfig.vdf, which has some megabytes after years of use.
 inline constexpr qint64 largestFile = 64 * 1024 * 1024;
 
-/// The content of the regular file at `path`; no value when it cannot be opened or read to its end.
-/// What the kernel tells of its size does not count: in sysfs and procfs it is a page or 0 whatever
-/// the content.
+/// The content of the regular file at `path`; no value if it cannot be opened or read to its end.
+/// Ignores the size that the kernel reports: in sysfs and procfs it is a page or 0 whatever the
+/// content.
 std::optional<QByteArray> readFile(const QString &path);
 
-/// The same, decoded from UTF-8; empty when it cannot be read.
+/// The same, decoded from UTF-8; empty if the file cannot be read.
 QString readText(const QString &path);
 
-/// Whether surely nothing stands under the name, links followed: false also when it cannot be told.
+/// True only if the path, with links followed, certainly does not exist.
 bool isMissing(const QString &path);
 
-/// What tells a file from another one that takes its name, and from what it was before it was
-/// written to.
+/// Identifies one version of a file: it differs after the file was replaced or written to.
 struct FileVersion {
     quint64 device = 0;
     quint64 inode = 0;
@@ -38,7 +37,7 @@ struct FileVersion {
     bool operator==(const FileVersion &) const = default;
 };
 
-/// The version of the file at `path`, links followed; no value without one.
+/// The version of the file at `path`, with links followed; no value if there is none.
 std::optional<FileVersion> fileVersion(const QString &path);
 
 struct WholeFile {
@@ -46,8 +45,8 @@ struct WholeFile {
     FileVersion version;
 };
 
-/// A file on a disk with the version that was read; no value also when it has not exactly as many
-/// bytes as its size tells.
+/// As readFile(), for a file on a disk, with the version that was read. No value also if the file
+/// does not have as many bytes as the kernel reports.
 std::optional<WholeFile> readWholeFile(const QString &path);
 
 } // namespace base

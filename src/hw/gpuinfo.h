@@ -16,7 +16,7 @@ struct GpuInfo {
     QString pciId;                   ///< vendor:device in hexadecimal, e.g. 1002:73bf
     QString name;                    ///< from the PCI ID database, or "GPU " + pciId
     bool hasConnectedOutput = false; ///< a connector of this card has a display
-    bool bootVga = false;            ///< the firmware showed its screens on this device
+    bool bootVga = false;            ///< the firmware used this device for its own screens
     QString linkSpeedText;           ///< raw sysfs link speed, e.g. "16.0 GT/s PCIe"
     int linkWidth = 0;               ///< PCIe lanes, 1 to 32; 0 when unknown
     double linkBandwidth = 0.0;      ///< GB/s over all lanes; 0.0 when unknown

@@ -4,8 +4,8 @@
 namespace launch
 {
 
-/// How one game is to be launched. A plain value; the initialisers are the defaults of a game that
-/// nobody has set up yet.
+/// The settings with which one game is launched. The initialisers are the defaults for a game that
+/// was never set up.
 struct GameSettings {
     bool upscaling = true;     ///< FSR upscaling; when off, the render resolution is not used
     int renderW = 1280;        ///< width at which the game renders, pixels

@@ -7,39 +7,40 @@
 #include <QRegularExpression>
 #include <QString>
 
-// The grammar of the launch options that this program writes: composing them from a game's settings
-// and reading them back. docs/launch-options.md tells what each token does.
+// Composes the launch options that this program writes from a game's settings, and reads them back.
+// docs/launch-options.md has the grammar and explains each token.
 namespace launch
 {
 
-/// The frame-rate cap in frames per second that an automatic cap stands for: three quarters of the
-/// refresh rate in hertz, halves rounded up; 45 when the rate is unknown (below 1).
+/// The automatic frame-rate cap in frames per second: three quarters of the refresh rate in hertz,
+/// halves rounded up; 45 if the rate is unknown (below 1).
 int defaultFrameCap(int refreshHz);
 
-/// The cap that the settings stand for when the frame rate is limited: their own, or the automatic.
+/// The cap in frames per second of a game whose frame rate is limited: its own, or the automatic.
 int frameCapInForce(const GameSettings &settings, int refreshHz);
 
 /// The launch options that start a game with `settings`. `compositingGpu` drives the display,
-/// `renderGpu` renders the game; `libraryPrefix` (may be empty) is where gamescope's libraries are;
-/// `losslessPath` is empty when Lossless Scaling is not installed; `refreshHz` below 1 means
-/// unknown. Pure: touches no file and never fails.
+/// `renderGpu` renders the game. `libraryPrefix` is the folder of gamescope's libraries, or empty.
+/// `losslessPath` is empty if Lossless Scaling is not installed. A `refreshHz` below 1 means
+/// unknown. Touches no file and never fails.
 QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &compositingGpu,
                              const hw::GpuInfo &renderGpu, const QString &libraryPrefix,
                              const QString &losslessPath, int refreshHz);
 
-/// Whether this program (an earlier version included) wrote `text`, so that it is not a user's own.
+/// True if this program or an earlier version of it wrote `text`.
 bool isOwnLaunchOptions(const QString &text);
 
-/// Whether `text` are launch options of the user's own, to be kept when they are replaced: not
-/// empty, and not written by this program.
+/// True if `text` is the user's own launch options, which must be saved before they are replaced:
+/// not empty, and not written by this program.
 bool isUsersOwn(const QString &text);
 
-/// The settings that `text` expresses; what it does not say has a fixed value. Meant for texts that
-/// isOwnLaunchOptions() accepts, but takes any that is well-formed, as all decoded UTF-8 is.
+/// The settings that `text` expresses; a setting that it does not contain has a fixed value. `text`
+/// should be accepted by isOwnLaunchOptions(), but may be any well-formed text. All decoded UTF-8
+/// is well-formed.
 GameSettings parseLaunchOptions(const QString &text);
 
-/// Capture group 1 of the first match of `pattern` in `text`, which is well-formed, as a decimal
-/// number: `fallback` without a match, 0 when the number does not fit an int.
+/// Capture group 1 of the first match of `pattern` in `text`, as a decimal number: `fallback`
+/// without a match, 0 if the number does not fit an int. `text` must be well-formed.
 int captureInt(const QString &text, const QRegularExpression &pattern, int fallback);
 
 } // namespace launch

@@ -6,9 +6,9 @@
 namespace launch
 {
 
-/// Where gamescope's libraries are, for LD_LIBRARY_PATH: the environment variable
-/// MARROWPULSE_GAMESCOPE_PREFIX as it stands; when that is empty, the content of
-/// ~/.config/marrowpulse/gamescope-prefix (UTF-8), trimmed. Empty when neither says anything.
+/// The folder of gamescope's libraries, for LD_LIBRARY_PATH: the environment variable
+/// MARROWPULSE_GAMESCOPE_PREFIX, exactly as it is; if that is empty, the content of
+/// ~/.config/marrowpulse/gamescope-prefix (UTF-8), trimmed. Empty without either.
 QString readLibraryPrefix();
 
 } // namespace launch

@@ -21,7 +21,7 @@ namespace
 constexpr auto configGroup = "config/"_L1;
 constexpr auto originalGroup = "original/"_L1;
 
-constexpr auto scratchName = ".scratch-"_L1; // of folders beside the store's file
+constexpr auto scratchName = ".scratch-"_L1; // prefix of the folders beside the store's file
 
 QString configKey(const QString &appid, QLatin1StringView field)
 {
@@ -44,8 +44,8 @@ QVariant fieldOf(const GameSettings &settings, const SettingsField &field)
     return std::visit([&](auto member) { return QVariant(settings.*member); }, field.member);
 }
 
-/// True if every field of every record and all of the launch options stand in the store, as the
-/// text that the file format has for them.
+/// True if the store holds every field of every record and all of the launch options, compared as
+/// the text that the file format has for them.
 bool holds(QSettings &store, const QMap<QString, GameSettings> &records,
            const QMap<QString, QString> &originals)
 {
@@ -67,8 +67,8 @@ bool holds(QSettings &store, const QMap<QString, GameSettings> &records,
     });
 }
 
-/// True if no game's key was lost since `before`, and no launch options that are kept got others.
-/// Other keys do not count: QSettings renames a malformed one when it writes it.
+/// True if no game's key vanished and no original changed since `before`. Other keys do not count:
+/// QSettings renames a malformed key when it writes it.
 bool keepsAll(const QSettings &now, const QSettings &before)
 {
     const QStringList keys = before.allKeys();
@@ -121,9 +121,9 @@ QString originalLaunchOptions(const QSettings &store, const QString &appid)
     return store.value(originalKey(appid)).toString();
 }
 
-// QSettings reads and writes the format, but only in a copy, and what it wrote is read again under
-// a name that it never saw. It treats an unreadable file as empty, reports success on a full disk,
-// and remembers what it meant to write under a name that it knows.
+// QSettings treats an unreadable file as empty and reports success on a full disk. So it only works
+// on a copy, and another QSettings reads what it wrote. That one gets a new file name, because
+// QSettings caches by file name what it meant to write.
 
 StoreEdit::StoreEdit(QSettings &settingsStore)
     : store(settingsStore), lock(madeFolder(QFileInfo(store.fileName()).path()))
@@ -137,7 +137,7 @@ StoreEdit::StoreEdit(QSettings &settingsStore)
     const QDir beside = QFileInfo(path).dir();
     for (const QFileInfo &left :
          beside.entryInfoList({scratchName + u'*'}, QDir::Dirs | QDir::Hidden | QDir::NoSymLinks))
-        QDir(left.filePath()).removeRecursively(); // of a run that was killed
+        QDir(left.filePath()).removeRecursively(); // a killed run left it
     scratch.emplace(beside.filePath(scratchName + "XXXXXX"_L1));
     QFile copied(scratch->filePath(u"copy.conf"_s));
     const QByteArray bytes = file ? file->bytes : QByteArray();

@@ -17,21 +17,21 @@
 
 class QSettings;
 
-// What the program keeps between runs: "config/<app id>/<field>" for every game's settings and
-// "original/<app id>" for the launch options a game had before the program first replaced them.
-// Nothing is ever removed from the store.
+// The program keeps every game's settings between runs, under "config/<app id>/<field>", and the
+// launch options that a game had before the program first replaced them, under "original/<app id>".
+// It never removes anything from the store.
 namespace launch
 {
 
-/// One field of a game's settings as the store knows it.
+/// One field of a game's settings, with its key in the store.
 struct SettingsField {
     QLatin1StringView key; ///< last part of the store's key
     std::variant<bool GameSettings::*, int GameSettings::*> member;
-    int readDefault; ///< what an absent key reads as; for a bool 0 or 1
+    int readDefault; ///< the value of an absent key; for a bool 0 or 1
 };
 
-/// The thirteen fields, in the order in which they are written. The last five read as what they
-/// mean when absent; the first eight as nothing, because they have always been written together.
+/// The thirteen fields, in the order in which they are written. Newer keys, the last five, default
+/// to what their absence meant; the first eight, which were always written together, to 0 or false.
 inline constexpr std::array<SettingsField, 13> settingsFields{{
     {QLatin1StringView("upscaling"), &GameSettings::upscaling, 0},
     {QLatin1StringView("renderW"), &GameSettings::renderW, 0},
@@ -50,45 +50,45 @@ inline constexpr std::array<SettingsField, 13> settingsFields{{
 
 struct LoadedGame {
     GameSettings settings;
-    bool enabled = false; ///< the game runs under the program now
+    bool enabled = false; ///< the game's launch options are the program's own
 };
 
-/// The settings of a game that is seen for the first time: those its current launch options express
-/// when the program wrote them (then the game is enabled), else the stored ones, else the defaults.
-/// Malformed stored values read as Qt's conversions give them.
+/// The settings of a game that is scanned for the first time. If the program wrote its current
+/// launch options, the settings are read from them, and the game is enabled. Else they are the
+/// stored ones, else the defaults. Qt converts malformed stored values.
 LoadedGame loadGameSettings(const QSettings &store, const QString &appid,
                             const QString &currentLaunchOptions);
 
-/// Sets every field of every record, in the order of the app ids, and syncs the store.
+/// Writes every field of every record, in the order of the app ids, and syncs the store.
 void saveAllGameSettings(QSettings &store, const QMap<QString, GameSettings> &records);
 
-/// Keeps a game's launch options, once: not when some are kept, nor when they are no user's own.
+/// Saves the game's launch options if they are the user's own and none are saved for it yet.
 void rememberOriginalLaunchOptions(QSettings &store, const QString &appid,
                                    const QString &currentLaunchOptions);
 
-/// The launch options kept for the game; empty when there are none.
+/// The launch options saved for the game; empty if there are none.
 QString originalLaunchOptions(const QSettings &store, const QString &appid);
 
-/// One change of the store's file. Other windows of the program wait until it ends, and the store
-/// has read the file anew then. What another window wrote before it stays.
+/// One change of the store's file. It locks the file's folder, so that other windows of the program
+/// wait, and keeps what they wrote before. When it is destroyed, the store reads the file again.
 class StoreEdit
 {
 public:
-    /// Reads the store's file. Makes its folder, for this user alone, where it is missing.
+    /// Reads the store's file. Makes its folder, for this user alone, if it is missing.
     explicit StoreEdit(QSettings &settingsStore);
     ~StoreEdit();
     Q_DISABLE_COPY_MOVE(StoreEdit)
 
-    /// What the file holds; a missing one holds nothing. Null when another window has the file all
-    /// the time, and when the file cannot be read or copied.
+    /// The content of the file; nothing if it is missing. Null if another window keeps the lock, or
+    /// if the file cannot be read or copied.
     const QSettings *content() const { return settings.get(); }
 
-    /// True if the game's launch options can be kept: none are kept for it yet, and the file format
-    /// can hold them. It loses a byte-order mark (U+FEFF).
+    /// True if the game's launch options can be saved: none are saved for it yet, and they have no
+    /// byte-order mark (U+FEFF), which the file format loses.
     bool canKeep(const QString &appid, const QString &launchOptions) const;
 
-    /// Saves all `records`, and launch options that can be kept (see canKeep()) by app id. True
-    /// when all of them are on the disk; otherwise the file is as it was.
+    /// Saves all `records`, and the launch options in `originals`, by app id. canKeep() must be
+    /// true for each. True if all of it is on the disk; otherwise the file is unchanged.
     bool save(const QMap<QString, GameSettings> &records, const QMap<QString, QString> &originals);
 
 private:

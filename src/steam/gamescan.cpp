@@ -20,15 +20,16 @@ namespace
 
 constexpr auto losslessScalingAppid = "993090"_L1;
 
-/// Steam's runtimes and tools have manifests like games.
+/// True for Steam's own runtimes and tools, which have manifests like games.
 bool isSteamTool(const QString &name)
 {
     return name.startsWith("Proton"_L1) || name.startsWith("Steam Linux Runtime"_L1) ||
            name.contains("Steamworks Common"_L1);
 }
 
-/// The picture of a game in Steam's image cache, whose layout changed over the years: one file
-/// beside the others, or a folder with a file named by its hash, or by its use.
+/// The path of the game's picture in Steam's image cache. The cache's layout changed over the
+/// years: a file per game, or a folder per game with a file that is named by its hash, or
+/// header.jpg.
 QString findIcon(const QString &cache, const QString &appid)
 {
     static const QRegularExpression hashedName(u"^[0-9a-f]{40}\\.(jpg|png)\\z"_s);

@@ -33,7 +33,7 @@ void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)
     }
 }
 
-/// White space between keys, values and braces: that of ASCII, line ends included.
+/// True for ASCII white space, line ends included.
 bool isSpace(char byte)
 {
     return byte == ' ' || (byte >= '\t' && byte <= '\r');
@@ -46,13 +46,13 @@ qsizetype skipSpace(QByteArrayView text, qsizetype from)
     return from;
 }
 
-/// The text of a block or value with its braces or quotes.
+/// The text of a block or value, with its braces or quotes.
 QByteArrayView part(QByteArrayView text, BraceSpan span)
 {
     return text.sliced(span.open, span.close + 1 - span.open);
 }
 
-/// The quote that ends what the quote at `open` begins, escapes known; the text's end without one.
+/// The quote that closes the one at `open`; escaped quotes do not. The text's end without one.
 qsizetype closingQuote(QByteArrayView text, qsizetype open)
 {
     qsizetype i = open + 1;
@@ -61,7 +61,7 @@ qsizetype closingQuote(QByteArrayView text, qsizetype open)
     return i;
 }
 
-/// What stands at or after `from` and before the brace at `open`, without white space at its end.
+/// The text from `from` to the brace at `open`, without white space at its end.
 QByteArrayView textBefore(QByteArrayView text, qsizetype from, qsizetype open)
 {
     while (open > from && isSpace(text[open - 1]))
@@ -69,8 +69,8 @@ QByteArrayView textBefore(QByteArrayView text, qsizetype from, qsizetype open)
     return text.sliced(from, open - from);
 }
 
-/// What stands in quotes, at or after `from`, before the brace at `open`, white space between them
-/// allowed; null when there is nothing.
+/// The quoted key before the brace at `open`, without its quotes; null if there is none at or after
+/// `from`. White space may stand between key and brace.
 QByteArrayView keyOf(QByteArrayView text, qsizetype from, qsizetype open)
 {
     const QByteArrayView before = textBefore(text, from, open);
@@ -97,7 +97,7 @@ qsizetype matchingBrace(QByteArrayView text, qsizetype start)
 
 BraceSpan findAppsSection(QByteArrayView text)
 {
-    QList<BraceSpan> sections; // that lie in no other one, which is larger
+    QList<BraceSpan> sections; // outermost ones only: they are larger than those within them
     forEachBlock(text, 0, [&](BraceSpan block) {
         if (!textBefore(text, 0, block.open).endsWith("\"apps\""))
             return;
@@ -141,7 +141,7 @@ BraceSpan AppsSection::block(const QString &appid) const
 QList<BraceSpan> AppsSection::values(BraceSpan block) const
 {
     QList<BraceSpan> values;
-    qsizetype end = block.open; // of the value before
+    qsizetype end = block.open; // of the previous value
     for (auto it = std::lower_bound(candidates.cbegin(), candidates.cend(), block.open,
                                     [](const Value &a, qsizetype from) { return a.key < from; });
          it != candidates.cend() && it->key < block.close; ++it) {
@@ -158,7 +158,7 @@ QString AppsSection::launchOptions(const QString &appid) const
     const QList<BraceSpan> found = values(block(appid));
     if (found.isEmpty())
         return {};
-    // Decoded with its quotes: what stands at the very start of a text could be a byte-order mark.
+    // Decoded with its quotes: at the very start of a text, a byte-order mark would be dropped.
     return QString::fromUtf8(part(utf8, found.first())).chopped(1).mid(1);
 }
 
@@ -166,7 +166,7 @@ bool isSeenAlike(QByteArrayView text, BraceSpan block, const QList<BraceSpan> &v
                  qsizetype place)
 {
     qsizetype depth = 0;
-    BraceSpan key; // the one that waits for its value or block
+    BraceSpan key; // read, and its value or block not yet
     auto value = values.cbegin();
     for (qsizetype i = block.open; i <= block.close; ++i) {
         if (text[i] == '"') {

@@ -6,15 +6,15 @@
 #include <QList>
 #include <QString>
 
-// Positions in Steam's KeyValues text (quoted keys, quoted values, blocks in braces): in the file's
-// bytes, UTF-8 or not. The text is not parsed into a tree, so that it can be changed in place:
-// braces and keys count wherever they stand, inside quotes too, and escapes are not decoded.
-// Nothing found is the empty span or text. Whatever the text holds, every operation takes a time in
-// proportion to its length.
+// Finds positions in Steam's KeyValues text (quoted keys, quoted values, blocks in braces). They
+// are positions in the file's bytes, UTF-8 or not. The text is not parsed into a tree, so that it
+// can be changed in place: braces and keys also count inside quotes, and escapes are not decoded.
+// If nothing is found, the result is the empty span or text. Every operation takes time in
+// proportion to the text's length, whatever the text holds.
 namespace steam
 {
 
-/// A pair of positions: of "{" and of the "}" that closes it, or of the two quotes of a value.
+/// Two positions: of "{" and of the "}" that closes it, or of the two quotes of a value.
 struct BraceSpan {
     qsizetype open = -1;
     qsizetype close = -1;
@@ -23,15 +23,15 @@ struct BraceSpan {
     bool operator==(const BraceSpan &) const = default;
 };
 
-/// The position of the brace that closes the one at `start`; -1 when there is none.
+/// The position of the brace that closes the one at `start`; -1 if there is none.
 qsizetype matchingBrace(QByteArrayView text, qsizetype start);
 
 /// The block with the key "apps" that has the most UTF-16 units (the first of equals). Steam keeps
-/// the settings of all games there.
+/// the games' settings there; other blocks "apps" hold switches of its own.
 BraceSpan findAppsSection(QByteArrayView text);
 
-/// The blocks and the launch options in an "apps" section, found once for whoever asks for many
-/// games. The text has to stay as it is for as long as it is asked.
+/// Finds all blocks and launch options in an "apps" section once, for callers that need those of
+/// many games. The text must not change as long as the object is used.
 class AppsSection
 {
 public:
@@ -55,14 +55,14 @@ private:
 
     QByteArrayView utf8;
     BraceSpan section;
-    QHash<QByteArrayView, BraceSpan> blocks; ///< the first of each key that can be an app id
+    QHash<QByteArrayView, BraceSpan> blocks; ///< for each key that can be an app id, the first
     QList<Value> candidates;                 ///< in the text's order; two can share a quote
 };
 
-/// True if a reader who knows quotes and escapes sees what the operations here see, which count
-/// braces and keys inside quotes, too: that `block` ends at its closing brace; that each of
-/// `values` is in it the value of a key "LaunchOptions", and no key of a block; that `place` (-1
-/// for none) is not in quotes. The block's opening brace is taken to stand outside quotes.
+/// Compares the operations here, which count braces and keys inside quotes, with a reader who knows
+/// quotes and escapes. True if that reader agrees that `block` ends at its closing brace, that each
+/// of `values` is the value of a key "LaunchOptions" in it and not the key of a block, and that
+/// `place` (-1 for none) is not in quotes. Assumes that the block's opening brace is not in quotes.
 bool isSeenAlike(QByteArrayView text, BraceSpan block, const QList<BraceSpan> &values = {},
                  qsizetype place = -1);
 
@@ -73,7 +73,7 @@ inline BraceSpan findAppBlock(QByteArrayView text, BraceSpan apps, const QString
 }
 
 /// The raw launch options of the game: the first value with the key "LaunchOptions" in its block;
-/// empty also when there is no such value, block or section.
+/// empty also if there is no such value, block or section.
 inline QString readLaunchOptions(QByteArrayView text, const QString &appid)
 {
     return AppsSection(text).launchOptions(appid);

@@ -15,18 +15,18 @@ namespace steam
 namespace
 {
 
-/// New bytes for a part of a text, from `from` up to but not including `to`.
+/// New bytes for the part of a text from `from` up to but not including `to`.
 struct Replacement {
     qsizetype from = 0;
     qsizetype to = 0;
     QByteArray bytes;
 };
 
-/// What is to be done for one change.
+/// What becomes of one change: its replacement, or the reason why it is refused.
 struct Decision {
     const LaunchOptionsChange *change;
     QString refusal;
-    BraceSpan block; ///< the game's; not valid when it is to get one
+    BraceSpan block; ///< the game's; not valid if it needs a new one
     Replacement replacement;
 };
 
@@ -52,22 +52,22 @@ bool haveSameBraces(QByteArrayView a, QByteArrayView b)
     return a.count('{') == b.count('{') && a.count('}') == b.count('}');
 }
 
-/// Where group 1 of the first match of `pattern` stands in `bytes`, which are looked at as Latin-1,
-/// one character a byte; the empty span without a match.
+/// The position of group 1 of the first match of `pattern` in `bytes`; the empty span without a
+/// match. Reads the bytes as Latin-1, so that one character is one byte.
 BraceSpan captureSpan(QByteArrayView bytes, const QRegularExpression &pattern)
 {
     const QRegularExpressionMatch match = pattern.match(QString::fromLatin1(bytes));
     return {match.capturedStart(1), match.capturedEnd(1)};
 }
 
-/// The line of a game's block that holds its value, without indentation and line end.
+/// The line of a game's block with its value, without indentation and line end.
 QByteArray valueLine(const QString &options)
 {
     return "\"LaunchOptions\"\t\t\"" + options.toUtf8() + '"';
 }
 
-/// A line for the value before the block's first key line; none when the block does not show how
-/// its lines are indented.
+/// Inserts a line with the value before the block's first key line; no value if the block does not
+/// show how its lines are indented.
 std::optional<Replacement> newLine(QByteArrayView text, BraceSpan block, const QString &options)
 {
     static const QRegularExpression blockIndent(u"\\{\\n(\\s*)\""_s);
@@ -81,7 +81,7 @@ std::optional<Replacement> newLine(QByteArrayView text, BraceSpan block, const Q
                            valueLine(options) + '\n'};
 }
 
-/// How the keys of games are indented in the "apps" section.
+/// The indentation of the games' keys in the "apps" section.
 QByteArray appIndentation(const AppsSection &section)
 {
     static const QRegularExpression appIndent(u"\\n(\\t+)\"\\d+\""_s);
@@ -92,7 +92,7 @@ QByteArray appIndentation(const AppsSection &section)
                            : QByteArray(5, '\t');
 }
 
-/// A block for the game, to stand first in the "apps" section, between its brace and what follows.
+/// Inserts a block for the game right after the opening brace of the "apps" section.
 Replacement newBlock(const AppsSection &section, const LaunchOptionsChange &change,
                      const QByteArray &indent)
 {
@@ -102,7 +102,7 @@ Replacement newBlock(const AppsSection &section, const LaunchOptionsChange &chan
                 valueLine(change.launchOptions) + '\n' + indent + '}'};
 }
 
-/// From the first value to the last, with the options in the place of each.
+/// Replaces the text from the first value to the last, with the options in the place of each value.
 Replacement newValues(QByteArrayView text, const QList<BraceSpan> &values, const QString &options)
 {
     const QByteArray value = '"' + options.toUtf8() + '"';
@@ -115,8 +115,8 @@ Replacement newValues(QByteArrayView text, const QList<BraceSpan> &values, const
     return replacement;
 }
 
-/// Decides one change on the text as it was read. Every check of an edit but the reading back is
-/// here.
+/// Decides one change on the text as it was read. Makes every check of an edit except the reading
+/// back.
 Decision decide(const AppsSection &section, bool isSectionClear, const LaunchOptionsChange &change)
 {
     const QByteArrayView text = section.text();
@@ -141,7 +141,7 @@ Decision decide(const AppsSection &section, bool isSectionClear, const LaunchOpt
         decision.replacement = *replacement;
         const auto &[from, to, bytes] = *replacement;
         const QByteArrayView old = text.sliced(from, to - from);
-        // A new block adds a pair of braces, so they are counted only here.
+        // A new block adds a pair of braces, so only edits of an existing one are counted.
         if (!haveSameBraces(bytes, old))
             return refuse(u"brace count changed; refusing to write"_s);
         isClear = isClear &&
@@ -153,10 +153,10 @@ Decision decide(const AppsSection &section, bool isSectionClear, const LaunchOpt
     return isClear ? decision : refuse(verificationFailed(appid));
 }
 
-/// Refuses what lies in, or around, the block of a change that is listed before.
+/// Refuses each change whose block lies in or around that of a change before it in the list.
 void refuseOverlaps(QList<Decision> &decisions)
 {
-    std::map<qsizetype, qsizetype> accepted; // where each block opens and closes; none overlap
+    std::map<qsizetype, qsizetype> accepted; // from opening to closing brace; none overlap
     for (Decision &decision : decisions) {
         const auto [open, close] = decision.block;
         if (!decision.refusal.isEmpty() || !decision.block.isValid())
@@ -199,7 +199,7 @@ EditedText editLaunchOptions(const QByteArray &bytes, const QList<LaunchOptionsC
 {
     const AppsSection section(bytes);
     const bool isSectionClear = section.span().isValid() && isSeenAlike(bytes, section.span());
-    QByteArray indent; // of new blocks
+    QByteArray indent; // of new blocks; found only if there is one
     QList<Decision> decisions;
     for (const LaunchOptionsChange &change : changes) {
         decisions.append(decide(section, isSectionClear, change));

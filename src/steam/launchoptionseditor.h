@@ -6,12 +6,12 @@
 #include <QMap>
 #include <QString>
 
-// Edits the text of Steam's localconfig.vdf; touches no file. Messages are in lower case and
-// without a full stop.
+// Edits the text of Steam's localconfig.vdf; touches no file. Messages begin in lower case and have
+// no full stop.
 namespace steam
 {
 
-/// The "LaunchOptions" value that a game is to have. It may be empty, which stores an empty value.
+/// The new "LaunchOptions" value of a game. An empty text stores an empty value.
 struct LaunchOptionsChange {
     QString appid;
     QString launchOptions;
@@ -19,17 +19,18 @@ struct LaunchOptionsChange {
 
 struct EditedText {
     QByteArray bytes;
-    QMap<QString, QString> refusals; ///< by app id, why its change was not made
+    QMap<QString, QString> refusals; ///< by app id, the reason why its change was not made
 };
 
-/// Gives games their launch options and leaves every other byte as it is: a game's existing values
-/// are replaced, else a line is inserted into its block, else a block into the "apps" section, the
-/// last change's before the others. `changes` names an app id once. Each change is decided on
-/// `bytes` alone, and refused in every doubtful situation. The others are made all the same, but
-/// not in a block that lies in or around that of a change before it.
+/// Sets the games' launch options and leaves every other byte as it is. Replaces all of a game's
+/// values; if it has none, inserts a line into its block; if it has no block, inserts one at the
+/// start of the "apps" section, the last change's first. `changes` must name an app id only once.
+/// Each change is decided on `bytes` alone, and refused if there is any doubt. So is a change whose
+/// block lies in or around that of a change before it. All other changes are made.
 EditedText editLaunchOptions(const QByteArray &bytes, const QList<LaunchOptionsChange> &changes);
 
-/// Why no text can hold the options: they have a double quote or a backslash. Empty if one can.
+/// The reason why the options cannot be stored: they hold a double quote or a backslash. Empty if
+/// they can.
 QString storageRefusal(const QString &options);
 
 } // namespace steam

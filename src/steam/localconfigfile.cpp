@@ -15,7 +15,7 @@ namespace steam
 namespace
 {
 
-/// Assigns the message when anybody wants it. False, for callers that fail with it.
+/// Assigns the message unless `error` is null. Returns false, so that a caller can return it.
 bool fail(const QString &message, QString *error)
 {
     if (error)
@@ -36,8 +36,8 @@ std::optional<base::WholeFile> readLocalConfig(const QString &path, QString *err
 bool replaceLocalConfig(const QString &path, const QByteArray &bytes, const base::FileVersion &read,
                         QString *error)
 {
-    // No other window of the program gets a turn between the look at the version and the renaming.
-    // Where the folder cannot be locked at all, the look alone has to do.
+    // The lock keeps other windows of the program from writing between the check of the version and
+    // the renaming. If the folder cannot be locked at all, the check must do.
     const base::FolderLock lock(QFileInfo(path).path());
     const base::Replaced replaced =
         lock.isBusy() ? base::Replaced::CommitFailed : base::replaceFile(path, bytes, read);
