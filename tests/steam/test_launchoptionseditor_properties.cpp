@@ -87,10 +87,11 @@ std::string withoutTabs(std::string text)
     return text;
 }
 
-std::string reasonFor(const model::Change &change, const model::Edited &edited)
+/// Without a message for a change that was made.
+model::Refusal refusalOf(const model::Change &change, const model::Edited &edited)
 {
     const auto refusal = edited.refusals.find(change.appid);
-    return refusal == edited.refusals.end() ? "" : refusal->second.reason;
+    return refusal == edited.refusals.end() ? model::Refusal() : refusal->second;
 }
 
 /// Changes made one after the other, each on what the one before left.
@@ -120,21 +121,21 @@ std::set<std::string> differences(const std::string &before,
     std::set<std::string> kinds;
     std::vector<model::Change> rest;
     for (const model::Change &change : changes) {
-        const std::string reason = reasonFor(change, list);
+        const std::string reason = refusalOf(change, list).reason;
         const bool isRefusedForOthers = reason.starts_with("in or") || reason.starts_with("does");
         if (!isRefusedForOthers)
             rest.push_back(change);
-        else if (reasonFor(change, all).empty())
+        else if (refusalOf(change, all).message.empty())
             kinds.insert(reason);
     }
     const OneByOne others(before, rest);
     for (const model::Change &change : rest) {
-        if (reasonFor(change, others) == "does not read back")
+        if (refusalOf(change, others).reason == "does not read back")
             kinds.insert("reads back when others are made, too");
-        else if (others.isInOneSection && reasonFor(change, others) != reasonFor(change, list))
+        else if (others.isInOneSection && refusalOf(change, others) != refusalOf(change, list))
             kinds.insert("not explained: a refusal");
     }
-    if (!others.isInOneSection)
+    if (!all.isInOneSection || !others.isInOneSection)
         kinds.insert("another section became the largest");
     else if (others.text != list.text && withoutTabs(others.text) == withoutTabs(list.text))
         kinds.insert("new blocks are indented as the section shows it when read");

@@ -104,8 +104,9 @@ inline rc::Gen<Text> misleadingEntry()
 {
     return rc::gen::element<Text>(u"\"Playtime\"\t\"55\"\n", u"\"mode\"\t\"LaunchOptions\"\n",
                                   u"\"LaunchOptions\"\t\"LaunchOptions\"\n",
-                                  u"\"note\"\t\"a{\n\t\"\n", u"\"path\"\t\"\\\\x \\\"y\\\"\"\n",
-                                  u"\n\t\"10\"", u"\"note\"\t\"a{\n\t\"\n\"more\"\t\"}\"\n");
+                                  u"\"a\\\"LaunchOptions\"\t\"b\"\n", u"\"note\"\t\"a{\n\t\"\n",
+                                  u"\"path\"\t\"\\\\x \\\"y\\\"\"\n", u"\n\t\"10\"",
+                                  u"\"note\"\t\"a{\n\t\"\n\"more\"\t\"}\"\n");
 }
 
 /// What stands in a game's block, `depth` blocks in one another at most.
