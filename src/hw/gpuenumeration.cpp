@@ -25,8 +25,8 @@ int readLinkWidth(const QString &path)
     return width >= 1 && width <= 32 ? width : 0;
 }
 
-/// The first known lane count. The device's own maximum is not asked: what the port above it
-/// runs at says more than what the device could do elsewhere.
+/// The first known lane count of the device and of the port above it. Ignores the device's own
+/// maximum, which it may not reach in this slot.
 int linkWidthOf(const QString &device, const QString &upstreamPort)
 {
     for (const QString &path :
@@ -49,8 +49,8 @@ bool hasConnectedOutput(const QString &drmRoot, const QString &card)
     return false;
 }
 
-/// The name of the device in one database file; no value when the file does not know it. The file
-/// is large, and most of it stands behind the device: so its lines are looked at where they are.
+/// The name of the device in one database file; no value if the file does not list it. Walks over
+/// the lines without splitting the file: it is large, and most of it is never looked at.
 std::optional<QString> lookupPciNameInFile(const QString &path, const QString &vendorId,
                                            const QString &deviceId)
 {

@@ -17,7 +17,7 @@ int detectRefreshRate(int timeLimitMs)
 {
     constexpr qsizetype largestOutput = 1024 * 1024; // ten screens make some 30 KB
     auto process = std::make_unique<QProcess>();
-    process->setStandardErrorFile(QProcess::nullDevice()); // it would be kept in memory
+    process->setStandardErrorFile(QProcess::nullDevice()); // else QProcess keeps it in memory
     process->start(u"xrandr"_s, {u"--current"_s});
     QByteArray output;
     const QDeadlineTimer deadline(timeLimitMs);
@@ -27,7 +27,7 @@ int detectRefreshRate(int timeLimitMs)
     const bool isTooMuch = output.size() > largestOutput;
     if (process->state() != QProcess::NotRunning &&
         (isTooMuch || !process->waitForFinished(static_cast<int>(deadline.remainingTime())))) {
-        // The destructor would wait for it again; instead it goes by itself once it is dead.
+        // QProcess's destructor would wait for xrandr again: delete the object when xrandr is dead.
         QObject::connect(process.get(), &QProcess::finished, process.get(), &QObject::deleteLater);
         process.release()->kill();
         return 0;

@@ -7,7 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-// The string, on one line with single blanks between the parts (optional parts in brackets):
+// The launch options: one line, with single blanks between the parts (optional parts in brackets):
 //
 //   MARROWPULSE=1 [LD_LIBRARY_PATH=prefix]
 //   [GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=n [GAMESCOPE_FRAMEGEN_BACKEND=lsfg]
@@ -20,7 +20,7 @@ namespace launch
 namespace
 {
 
-// Tokens that are both written and looked for.
+// Tokens that the composer writes and the reader looks for.
 constexpr auto gameCommand = "%command%"_L1;
 constexpr auto framegenKey = "GAMESCOPE_FRAMEGEN="_L1;
 constexpr auto holdbackKey = "GAMESCOPE_FRAMEGEN_HOLDBACK="_L1;
@@ -30,15 +30,15 @@ constexpr auto pacingKey = "MARROWPULSE_LOW_LATENCY="_L1;
 constexpr auto debugOverlay = "GAMESCOPE_FRAMEGEN_DEBUG=1"_L1;
 constexpr auto fsrUpscaling = "-F fsr"_L1;
 
-/// The token by which the program knows its own strings; always the first.
+/// The token by which the program recognises its own launch options; always the first.
 const QString &marker()
 {
     static const QString text = u"MARROWPULSE=1"_s;
     return text;
 }
 
-/// The first match in a text that is well-formed UTF-16. Such a text need not be looked through for
-/// what is no character, which takes longer than the search: a large library has a thousand.
+/// The first match in a text that must be well-formed UTF-16. Skips the check for that, which takes
+/// longer than the search: a large library has a thousand texts.
 QRegularExpressionMatch firstMatch(const QString &wellFormed, const QRegularExpression &pattern)
 {
     return pattern.match(wellFormed, 0, QRegularExpression::NormalMatch,
@@ -97,8 +97,8 @@ QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &co
         tokens << "-r "_L1 + QString::number(frameCapInForce(settings, refreshHz));
     tokens << u"-f --force-windows-fullscreen -g --"_s;
 
-    // Behind "--" the variables reach the game only, not gamescope. Two cards of one model differ
-    // in their address.
+    // After "--" the variables reach only the game, not gamescope. Two cards of the same model
+    // differ in their address.
     const bool sameGpu = renderGpu.pciId == compositingGpu.pciId &&
                          renderGpu.pciAddress == compositingGpu.pciAddress;
     if (!sameGpu) {
@@ -115,7 +115,7 @@ bool isOwnLaunchOptions(const QString &text)
         return false;
     if (text.contains(marker()))
         return true;
-    // Earlier versions wrote no marker.
+    // Versions before the marker.
     return text.contains("GAMESCOPE_FRAMEGEN"_L1) && text.contains("gamescope "_L1);
 }
 

@@ -14,7 +14,8 @@ namespace
 
 constexpr QByteArrayView launchOptionsKey("\"LaunchOptions\"");
 
-/// Calls `visit` with each block of `text` that opens at or after `from`, as it closes.
+/// Calls `visit` with each block of `text` that opens at or after `from`, in the order of the
+/// closing braces.
 template <typename Visit>
 void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)
 {

@@ -52,7 +52,7 @@ bool setLaunchOptions(const QString &path, const QString &appid, const QString &
                       bool makeBackup, QString *error)
 {
     if (const QString refusal = storageRefusal(options); !refusal.isEmpty())
-        return fail(refusal, error); // whether there is a file or not
+        return fail(refusal, error); // before the file is opened, which may be missing
     const std::optional<base::WholeFile> file = readLocalConfig(path, error);
     if (!file)
         return false;
