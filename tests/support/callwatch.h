@@ -19,9 +19,9 @@
 namespace support
 {
 
-/// While it lives, notes which files are synced and renamed, and lets some calls of the C library
-/// fail or something else happen just before them, those of Qt included. For the one source of a
-/// test's executable: it defines the calls in the place of the library's.
+/// While it lives, records which files are synced and renamed, and can make calls of the C library
+/// fail, or do something just before them. That includes Qt's calls: this header defines the
+/// functions in the place of the library's. So only one source of an executable may include it.
 class CallWatch
 {
 public:
@@ -29,8 +29,8 @@ public:
     ~CallWatch() { current = nullptr; }
     Q_DISABLE_COPY_MOVE(CallWatch)
 
-    /// Lets the call of that name fail: `times` times, or for good when below zero, after the first
-    /// `spared` ones.
+    /// Makes calls of that name fail after the first `spared` ones: `times` calls, or all if
+    /// `times` is below zero.
     void fail(const QByteArray &call, int error, int times = -1, int spared = 0)
     {
         failing = call;
@@ -38,7 +38,7 @@ public:
         timesLeft = times;
         sparedLeft = spared;
     }
-    /// Does something just before the first call of that name: what another program does then.
+    /// Does something just before the first call of that name, as another program might.
     void before(const QByteArray &call, std::function<void()> what)
     {
         awaited = call;
@@ -47,13 +47,13 @@ public:
     /// The names of the syncs and renames so far, in their order.
     const QByteArrayList &order() const { return noted; }
 
-    /// For the calls: notes it.
+    /// Called by the replaced functions: records the call.
     static void note(const char *call)
     {
         if (current)
             current->noted.append(call);
     }
-    /// For the calls: whether this one is to fail, with errno set.
+    /// Called by the replaced functions: true, with errno set, if the call must fail.
     static bool isToFail(const QByteArray &call)
     {
         if (!current)
@@ -84,7 +84,7 @@ private:
     int sparedLeft = 0;
 };
 
-/// Calls the C library's function of that name, which the one of this file hides.
+/// Calls the C library's function of that name, which the one in this file hides.
 template <typename Result = int, typename... Arguments>
 Result callLibrary(const char *name, Arguments... arguments)
 {
@@ -104,7 +104,7 @@ inline int watchedOpen(const char *path, int flags, mode_t mode = 0)
 
 } // namespace support
 
-// What each is called in a test: "sync a file" and "sync a folder", "rename", "change the mode",
+// The names of the calls in tests: "sync a file" and "sync a folder", "rename", "change the mode",
 // "change the owner", "lock", "read the access list" and to "set" or "drop" it, and "read NAME" or
 // "write NAME" for opening it.
 extern "C" {

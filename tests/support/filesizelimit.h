@@ -9,8 +9,8 @@
 namespace support
 {
 
-/// While it lives, no file of this process grows beyond `bytes`: what a full disk does to a write,
-/// for any user.
+/// While it lives, no file of this process can grow beyond `bytes`, as on a full disk. Root is
+/// limited, too.
 class FileSizeLimit
 {
 public:

@@ -12,8 +12,8 @@
 namespace support
 {
 
-/// A second process that holds the lock of a folder from the constructor's end on, until it is
-/// killed or a minute has gone.
+/// A second process that holds the lock of a folder. It has the lock when the constructor returns,
+/// and keeps it until it is killed or a minute has passed.
 class LockHolder
 {
 public:

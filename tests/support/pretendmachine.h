@@ -30,14 +30,14 @@ struct PretendGpu {
 /// A machine made of real files and processes in one folder: home, bin (first on the search path),
 /// sys and hwdata. It starts bare: no Steam, no GPU, no xrandr.
 ///
-/// Under tests/support/on-machine it is the machine that lies under this process, wiped bare; else
-/// it stands in a temporary folder of its own and only the home and the search path are in force.
-/// Both are put back when it goes, and a running client is ended.
+/// If the process was started by tests/support/on-machine, this is the machine that it was started
+/// on, emptied. Otherwise it is a temporary folder, and only its home and its search path take
+/// effect. The destructor restores both and kills a running client.
 class PretendMachine
 {
 public:
     PretendMachine();
-    /// Builds in `root`, which is kept, and leaves this process's environment alone.
+    /// Builds in `root`, which stays, and does not change this process's environment.
     explicit PretendMachine(const QString &root);
     ~PretendMachine();
     Q_DISABLE_COPY_MOVE(PretendMachine)
@@ -47,20 +47,20 @@ public:
     QString drm() const { return machineRoot + QStringLiteral("/sys/class/drm"); }
     QString hwdata() const { return machineRoot + QStringLiteral("/hwdata"); }
 
-    /// Writes a file below the machine's folder (or at an absolute path), making its folders.
+    /// Writes a file below the machine's folder (or at an absolute path), and makes its folders.
     void write(const QString &path, const QByteArray &content) const;
     QByteArray read(const QString &path) const;
-    /// An executable on the search path.
+    /// Puts an executable on the search path.
     void addCommand(const QString &name, const QByteArray &script) const;
 
     // Steam
-    /// The installation in ~/.local/share/Steam with ~/.steam/steam leading to it, one account,
-    /// and an empty root library.
+    /// Installs Steam in ~/.local/share/Steam, with a link ~/.steam/steam to it, one account, and
+    /// an empty root library.
     void installSteam();
     QString steamRoot() const { return home() + QStringLiteral("/.local/share/Steam"); }
-    /// A further library; returns its "steamapps" folder.
+    /// Adds a library; returns its "steamapps" folder.
     QString addLibrary(const QString &name);
-    /// A game's manifest in a "steamapps" folder, the root library's by default.
+    /// Writes a game's manifest into a "steamapps" folder, the root library's by default.
     void addGame(const QString &appid, const QString &name, const QString &steamapps = {}) const;
     void removeGame(const QString &appid, const QString &steamapps = {}) const;
     void installLosslessScaling(const QString &steamapps = {}) const;
@@ -70,14 +70,15 @@ public:
     /// Backups beside localconfig.vdf, by name.
     QStringList backups() const;
 
-    /// Puts a "steam" command on the search path. It notes each call's arguments as a line of
-    /// steamCalls(); with "-shutdown" it asks the client to exit, without arguments it starts it.
+    /// Puts a "steam" command on the search path. It records the arguments of each call as a line
+    /// of steamCalls(). With "-shutdown" it asks the client to exit; without arguments it starts
+    /// it.
     void addSteamCommand() const;
-    /// Starts a client: a process whose executable is called steam, named by the pid file. It keeps
-    /// localconfig.vdf in memory as Steam does and, asked to exit, writes it anew with one more
-    /// "ExitCount" line behind the opening brace of the file.
+    /// Starts a client: a process whose executable is called steam, and whose number is in the pid
+    /// file. It keeps localconfig.vdf in memory, as Steam does. When it is asked to exit, it writes
+    /// the file again with one more "ExitCount" line after the file's opening brace.
     void startSteamClient() const;
-    /// A client that will not exit when asked.
+    /// Starts a client that does not exit when asked.
     void startStubbornSteamClient() const;
     void killSteamClient() const;
     QStringList steamCalls() const;
@@ -88,10 +89,10 @@ public:
     {
         write(hwdata() + QStringLiteral("/pci.ids"), content);
     }
-    /// An xrandr that prints `output`.
+    /// Puts an xrandr that prints `output` on the search path.
     void addXrandr(const QByteArray &output) const;
 
-    /// The settings store's file.
+    /// The path of the settings store's file.
     QString storePath() const
     {
         return home() + QStringLiteral("/.config/Marrowpulse/Marrowpulse.conf");

@@ -6,8 +6,8 @@
 namespace support
 {
 
-/// To be called before the first rc::check(): every property gets MARROWPULSE_CASES cases (500 when
-/// that is not set) from a fixed seed, so that a run can be repeated. RC_PARAMS overrides both; a
+/// Call it before the first rc::check(). It gives every property MARROWPULSE_CASES cases (500 if
+/// that is not set) from a fixed seed, so that runs can be repeated. RC_PARAMS overrides both; a
 /// failing property prints the RC_PARAMS that reproduce it.
 inline void preparePropertyCases()
 {

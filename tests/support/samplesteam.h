@@ -13,12 +13,12 @@ namespace support
 /// A game's block in a sample localconfig.vdf.
 struct SampleApp {
     QString appid;
-    std::optional<QString> launchOptions; ///< none: the block has no such line
+    std::optional<QString> launchOptions; ///< no value: the block has no such line
 };
 
-/// A localconfig.vdf of the shape that Steam writes: friends, then Software/Valve/Steam with the
-/// "apps" section, then further sections, two of them with smaller "apps" sections of their own.
-/// Games have blocks in their blocks. The same arguments give the same text.
+/// A localconfig.vdf as Steam writes it: friends, then Software/Valve/Steam with the "apps"
+/// section, then further sections, two of them with smaller "apps" sections of their own. Games'
+/// blocks hold blocks. The same arguments give the same text.
 QByteArray sampleLocalConfig(const QList<SampleApp> &apps, int friends = 12);
 
 } // namespace support

@@ -13,7 +13,7 @@
 namespace support
 {
 
-/// The file localconfig.vdf (or another) in a temporary folder of its own.
+/// A file, localconfig.vdf by default, in a temporary folder of its own.
 class ScratchFile
 {
 public:
@@ -43,14 +43,14 @@ public:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
     }
 
-    /// Everything in the folder, by name: what an edit leaves lying about shows here.
+    /// Everything in the folder, by name, so that tests see what an edit leaves there.
     QStringList listing() const
     {
         return QDir(folder()).entryList(
             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
     }
 
-    /// The permission bits of a file, links followed; -1 when it does not exist.
+    /// The permission bits of a file, with links followed; -1 if it does not exist.
     static int mode(const QString &path)
     {
         struct stat status = {};

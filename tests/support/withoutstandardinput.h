@@ -8,8 +8,8 @@
 namespace support
 {
 
-/// While it lives, the standard input is closed, as it may be in a program that a script starts:
-/// the next file that is opened has the descriptor 0.
+/// While it lives, the standard input is closed, as scripts can start a program. So the next file
+/// that is opened gets the descriptor 0.
 class WithoutStandardInput
 {
 public:
