@@ -30,7 +30,7 @@ std::optional<QByteArray> readToEnd(int descriptor, qint64 toldSize)
 {
     constexpr qsizetype piece = 4096;
     QByteArray bytes;
-    bytes.reserve(std::min(toldSize, largestFile) + piece);
+    bytes.reserve(qsizetype(std::min(toldSize, largestFile)) + piece);
     qsizetype size = 0;
     while (size <= largestFile) {
         bytes.resize(std::max(size + piece, bytes.capacity()));
