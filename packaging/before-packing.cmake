@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # CPack runs this before it packs what it has staged.
 cmake_minimum_required(VERSION 3.22)
 

@@ -50,8 +50,12 @@ class DebianPackage(unittest.TestCase):
     def test_recommends_wayland_xrandr_and_the_names_of_gpus(self):
         self.assertEqual(self.field("Recommends"), "qt6-wayland, x11-xserver-utils, pci.ids | hwdata")
 
-    def test_is_found_among_the_games(self):
-        self.assertEqual(self.field("Section"), "games")
+    def test_suggests_what_shows_the_icon_of_advanced(self):
+        self.assertEqual(self.field("Suggests"),
+                         "adwaita-icon-theme | breeze-icon-theme, qt6-svg-plugins | libqt6svg6")
+
+    def test_is_a_tool_that_needs_what_debian_does_not_have(self):
+        self.assertEqual(self.field("Section"), "contrib/utils")
 
     def test_packed_again_by_somebody_private_it_is_the_same_bytes(self):
         with tempfile.TemporaryDirectory(prefix="marrowpulse-deb.") as folder:
