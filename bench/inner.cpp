@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The inner functions, measured on the machine that lies under this process.
+// The inner functions, measured on machines that stand in one folder, each under its number of
+// games. One of them has to lie under this process.
 #include "app/mainwindow.h"
 #include "base/durablefile.h"
 #include "steam/gamescan.h"
 #include "steam/keyvalues.h"
+#include "steam/launchoptionseditor.h"
 #include "steam/localconfigfile.h"
 #include "steam/locations.h"
 
@@ -16,6 +18,7 @@
 
 #include <ctime>
 #include <malloc.h>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -25,16 +28,15 @@ namespace
 // What waits for the disk, or is compared with a peer, is measured by the clock on the wall; all
 // else by the CPU time of this process, which other work on the machine does not lengthen.
 
-/// CPU time of this process so far, in nanoseconds.
-qint64 cpuNs()
-{
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return time.tv_sec * 1'000'000'000 + time.tv_nsec;
-}
+const std::vector<int64_t> sizes{250, 500, 1000, 2000};
+const std::vector<int64_t> moreSizes{500, 1000, 2000, 4000, 8000};
 
-/// What the last scan took.
-qint64 scanNs = 0;
+/// Goes to the machine with the number of games that is asked for.
+void goToMachine(const benchmark::State &state)
+{
+    qputenv("HOME",
+            qgetenv("MARROWPULSE_MACHINE") + "/../" + QByteArray::number(state.range()) + "/home");
+}
 
 QByteArray localConfigBytes()
 {
@@ -52,6 +54,7 @@ QStringList appids()
 /// As the scan does it: the file read, and every game's value looked up in the section.
 void readAllGames(benchmark::State &state)
 {
+    goToMachine(state);
     const QStringList ids = appids();
     for (auto _ : state) {
         const QByteArray bytes = localConfigBytes();
@@ -60,20 +63,11 @@ void readAllGames(benchmark::State &state)
             benchmark::DoNotOptimize(section.launchOptions(appid));
     }
 }
-BENCHMARK(readAllGames)->UseRealTime();
-
-void scan(benchmark::State &state)
-{
-    // The allocator keeps blocks of up to 32 MB for the next repetition, and the largest file has
-    // more. Now every file is read into fresh memory, as at a start.
-    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
-    for (auto _ : state)
-        benchmark::DoNotOptimize(steam::scanGames());
-}
-BENCHMARK(scan);
+BENCHMARK(readAllGames)->ArgsProduct({{150, 250, 300, 500, 1000, 2000}})->UseRealTime();
 
 void editOneGame(benchmark::State &state)
 {
+    goToMachine(state);
     const QString path = steam::localConfigPath();
     const QStringList ids = appids();
     const QString appid = ids[ids.size() / 2];
@@ -83,11 +77,12 @@ void editOneGame(benchmark::State &state)
             state.SkipWithError("the edit failed");
     }
 }
-BENCHMARK(editOneGame)->UseRealTime();
+BENCHMARK(editOneGame)->ArgsProduct({sizes})->UseRealTime();
 
 /// What putting a file of that size on the disk costs.
 void writeAndSync(benchmark::State &state)
 {
+    goToMachine(state);
     const QByteArray content = localConfigBytes();
     const QString path = steam::localConfigPath() + ".bench"_L1;
     for (auto _ : state) {
@@ -96,49 +91,71 @@ void writeAndSync(benchmark::State &state)
     }
     QFile::remove(path);
 }
-BENCHMARK(writeAndSync)->UseRealTime();
+BENCHMARK(writeAndSync)->Arg(1000)->UseRealTime();
 
 /// Another rendering GPU: every game's options are composed and compared anew.
 void recount(benchmark::State &state)
 {
+    goToMachine(state);
     MainWindow window;
     auto *gpus = window.findChild<QComboBox *>(u"renderGpuCombo"_s);
     for (auto _ : state)
         gpus->setCurrentIndex(1 - gpus->currentIndex());
 }
-BENCHMARK(recount);
+BENCHMARK(recount)->ArgsProduct({sizes});
 
-/// The rebuilding of the list: what a Refresh takes longer than the scan in it.
+/// The rebuilding of the list: what a Refresh takes longer than a scan right after it.
 void list(benchmark::State &state)
 {
+    goToMachine(state);
     MainWindow window;
     auto *button = window.findChild<QPushButton *>(u"refreshButton"_s);
     button->click(); // from the second on they are alike
     for (auto _ : state) {
-        const qint64 begin = cpuNs();
+        const std::clock_t begin = std::clock();
         button->click();
-        state.SetIterationTime(double(cpuNs() - begin - scanNs) * 1e-9);
+        const std::clock_t middle = std::clock();
+        benchmark::DoNotOptimize(steam::scanGames());
+        const std::clock_t end = std::clock();
+        state.SetIterationTime(double((middle - begin) - (end - middle)) / CLOCKS_PER_SEC);
     }
 }
-BENCHMARK(list)->UseManualTime()->Iterations(5)->Repetitions(9)->ReportAggregatesOnly();
+BENCHMARK(list)->ArgsProduct({sizes})->UseManualTime();
+
+void scan(benchmark::State &state)
+{
+    goToMachine(state);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(steam::scanGames());
+}
+BENCHMARK(scan)->ArgsProduct({moreSizes});
+
+/// Other options for every game, in memory. Without further sections, those of Steam's own switches
+/// have another key.
+void editLaunchOptions(benchmark::State &state, bool hasFurtherSections)
+{
+    goToMachine(state);
+    QByteArray bytes = localConfigBytes();
+    if (!hasFurtherSections)
+        bytes.replace("\n\t\"apps\"", "\n\t\"sppa\"").replace("\n\t\t\"apps\"", "\n\t\t\"sppa\"");
+    QList<steam::LaunchOptionsChange> changes;
+    for (const QString &appid : appids())
+        changes.append({appid, u"%command%"_s});
+    for (auto _ : state) {
+        if (!steam::editLaunchOptions(bytes, changes).refusals.isEmpty())
+            state.SkipWithError("an edit was refused");
+    }
+}
+BENCHMARK_CAPTURE(editLaunchOptions, one section, false)->ArgsProduct({moreSizes});
+BENCHMARK_CAPTURE(editLaunchOptions, three sections, true)->ArgsProduct({moreSizes});
 
 } // namespace
 
-// The linker takes every call of scanGames() here, so that a scan inside something else can be told
-// from the rest.
-QList<steam::GameEntry> scanGamesItself() asm("__real__ZN5steam9scanGamesEv");
-QList<steam::GameEntry> timedScanGames() asm("__wrap__ZN5steam9scanGamesEv");
-
-QList<steam::GameEntry> timedScanGames()
-{
-    const qint64 begin = cpuNs();
-    QList<steam::GameEntry> games = scanGamesItself();
-    scanNs = cpuNs() - begin;
-    return games;
-}
-
 int main(int argc, char **argv)
 {
+    // Every large block of memory comes fresh from the system, as at a start. Otherwise the
+    // allocator keeps blocks of up to 32 MB for the next repetition, and the largest file has more.
+    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
     const QApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

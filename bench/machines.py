@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -17,6 +18,11 @@ PYTHON = "/usr/bin/python3"
 def output(*command, **options):
     return subprocess.run([str(part) for part in command], check=True, capture_output=True, text=True,
                           **options).stdout
+
+
+def found(pattern, path):
+    """What group 1 of the pattern's first match in a file is."""
+    return re.search(pattern, pathlib.Path(path).read_text())[1]
 
 
 class Machine:
@@ -50,15 +56,16 @@ class Machine:
             raise AssertionError("the file has another number of lines")
         return sum(old != new for old, new in zip(before, after))
 
-    def inner(self, build, name):
-        """What one of the inner functions of a build takes."""
+    def inner(self, build, pattern):
+        """What the inner functions of a build take whose names match: name, games and time of each."""
         self.restore()
         report = json.loads(output(
-            ON_MACHINE, self.root, build / "bench_inner", f"--benchmark_filter=^{name}(/|$)",
+            ON_MACHINE, self.root, build / "bench_inner", f"--benchmark_filter={pattern}",
             "--benchmark_min_time=0.2", "--benchmark_format=json"))
-        run = next(run for run in report["benchmarks"] if run.get("aggregate_name", "median") == "median")
-        # The name tells what is not CPU time, such as editOneGame/real_time.
-        return run["real_time" if "_time" in run["name"] else "cpu_time"] / 1e6
+        for run in report["benchmarks"]:
+            # The rest of the name tells what is not CPU time, such as editOneGame/250/real_time.
+            name, games, rest = re.fullmatch(r"(.+?)/(\d+)(/.*)?", run["name"]).groups("")
+            yield name, int(games), run["real_time" if rest else "cpu_time"] / 1e6
 
     def peer(self, name, *counts):
         """What a peer takes for the file: a parse, and an edit of each number of games."""

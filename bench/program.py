@@ -12,10 +12,11 @@ import pathlib
 import select
 import time
 
-from Xlib import X, XK, display as xdisplay
+from Xlib import X, display as xdisplay
 from Xlib.ext import xtest
 
-from desktop import Application, Atspi, Desktop
+from desktop import Application, Desktop
+from machines import found
 
 ACCESSIBILITY = ("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "QT_ACCESSIBILITY")
 PROGRAM = "marrowpulse"
@@ -70,16 +71,9 @@ class Screen(Desktop):
         self.display.sync()
 
     def click_at(self, place):
-        xtest.fake_input(self.display, X.MotionNotify, x=place[0], y=place[1])
+        xtest.fake_input(self.display, X.MotionNotify, x=int(place[0]), y=int(place[1]))
         xtest.fake_input(self.display, X.ButtonPress, 1)
         xtest.fake_input(self.display, X.ButtonRelease, 1)
-        self.display.sync()
-
-    def press(self, *names):
-        for name in names:
-            code = self.display.keysym_to_keycode(XK.string_to_keysym(name))
-            xtest.fake_input(self.display, X.KeyPress, code)
-            xtest.fake_input(self.display, X.KeyRelease, code)
         self.display.sync()
 
     @contextlib.contextmanager
@@ -126,10 +120,7 @@ class Run:
         poll(lambda: not self.screen.is_painted())
 
     def peak_kib(self):
-        for line in pathlib.Path(f"/proc/{self.pid}/status").read_text().splitlines():
-            if line.startswith("VmHWM:"):
-                return int(line.split()[1])
-        raise AssertionError("no peak of memory")
+        return int(found(r"VmHWM:\s*(\d+)", f"/proc/{self.pid}/status"))
 
     def cpu_ms(self):
         """CPU time of the program so far, from the scheduler's own account."""
@@ -156,10 +147,10 @@ class Player:
             for name in ACCESSIBILITY:
                 del screen.environment[name]
             application = Application(screen)
-            self.apply_button = middle_of(application.wait("push button", "Apply"))
-            self.frame_generation = middle_of(application.wait("check box", "Frame generation"))
-            self.render_gpu = middle_of(application.wait_labelled("Rendering GPU:"))
-            self.render_resolution = middle_of(application.wait_labelled("Render resolution:"))
+            self.apply_button = application.middle(application.wait("push button", "Apply"))
+            self.frame_generation = application.middle(application.wait("check box", "Frame generation"))
+            self.render_gpu = application.middle(application.wait_labelled("Rendering GPU:"))
+            self.render_resolution = application.middle(application.wait_labelled("Render resolution:"))
 
     def change_one_game(self):
         self.screen.click_at(self.frame_generation)
@@ -169,7 +160,7 @@ class Player:
         with self.screen.expect(X.MapNotify, popup=True):
             self.screen.click_at(self.render_gpu)
         with self.screen.expect(X.UnmapNotify):
-            self.screen.press("Home", "Return")
+            self.screen.key("Home", "Return")
 
     def time_apply(self, machine, change, changed, through=()):
         """From the press of Apply to the question that ends it."""
@@ -197,8 +188,3 @@ class Player:
             self.screen.type(text)
             run.settle()
             return (run.cpu_ms() - before) / len(text)
-
-
-def middle_of(accessible):
-    box = accessible.get_extents(Atspi.CoordType.SCREEN)
-    return box.x + box.width // 2, box.y + box.height // 2

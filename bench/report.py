@@ -5,7 +5,7 @@ import os
 import platform
 from statistics import median
 
-from machines import HERE, output
+from machines import HERE, found, output
 
 DOCUMENT = HERE.parent / "docs/performance.md"
 PICTURE = HERE.parent / "docs/images/performance.svg"
@@ -43,14 +43,16 @@ class Report:
                      f"{median(ours):.2f} ms / {median(theirs):.2f} ms")
 
     def conditions(self, builds):
-        cpu = next(line.split(":")[1].strip() for line in open("/proc/cpuinfo", encoding="utf-8")
-                   if line.startswith("model name"))
-        compiler = cache_of(builds[0])["CMAKE_CXX_COMPILER:FILEPATH"]
+        cpu = found(r"model name\s*: (.*)", "/proc/cpuinfo")
+        caches = [build / "CMakeCache.txt" for build in builds]
+        compiler = found("CMAKE_CXX_COMPILER:FILEPATH=(.*)", caches[0])
+        flags = [found("CMAKE_CXX_FLAGS_RELEASE:STRING=(.*)", caches[0]),
+                 found("CMAKE_CXX_FLAGS:STRING=(.*)", caches[1])]
         packages = output("dpkg-query", "-W", "-f", "${Package} ${Version}\n", "libqt6core6", "python3-vdf")
         peer = json.loads((HERE / "peers/package.json").read_text())["dependencies"]["@node-steam/vdf"]
         self.line(f"- Machine: {cpu}, {os.cpu_count()} cores, Linux {platform.release()}")
         self.line(f"- Compiler: {output(compiler, '--version').splitlines()[0]}, with "
-                  f"`{flags_of(builds[0])}`, and where the table says so with `{flags_of(builds[1])}`")
+                  f"`{flags[0]}`, and where the table says so with `{flags[1]}`")
         self.line(f"- Versions: {', '.join(packages.splitlines())}, node "
                   f"{output('node', '--version').strip()}, @node-steam/vdf {peer}")
 
@@ -62,15 +64,3 @@ class Report:
         text = DOCUMENT.read_text()
         before, after = text.index(BEGIN) + len(BEGIN), text.index(END)
         DOCUMENT.write_text(f"{text[:before]}\n{self.text()}\n{text[after:]}")
-
-
-def cache_of(build):
-    return dict(line.split("=", 1) for line in (build / "CMakeCache.txt").read_text().splitlines()
-                if "=" in line and not line.startswith(("#", "/")))
-
-
-def flags_of(build):
-    """What the compiler is told in a build folder."""
-    cache = cache_of(build)
-    kind = cache["CMAKE_BUILD_TYPE:STRING"].upper()
-    return f"{cache['CMAKE_CXX_FLAGS:STRING']} {cache.get(f'CMAKE_CXX_FLAGS_{kind}:STRING', '')}".strip()

@@ -10,6 +10,7 @@ docs/performance.md are renewed. Exits 1 when a bound is missed.
 import argparse
 import collections
 import pathlib
+import re
 import statistics
 import sys
 import tempfile
@@ -20,13 +21,21 @@ from program import EMPTY_WINDOW, PROGRAM, SLOW_DISK, Player, Run, Screen
 from report import PICTURE, Report
 
 SIZES = (250, 500, 1000, 2000)  # games
-SCANNED = (500, 1000, 2000, 4000, 8000)
 APPLIED = (250, 300, 500, 1000, 2000)
 WINDOWS = (0, 150, 1000)
+MACHINES = (0, 50, 150, 250, 300, 500, 1000, 2000, 4000, 8000)
 SLOW = 50
 SHORT = 5  # measurements of what is short, in every round
-GROWING = {"scan": SCANNED, "editOneGame": SIZES, "writeAndSync": (1000,), "recount": SIZES,
-           "list": SIZES}
+SHAPES = ("one section", "three sections", "one id twice", "an id in a block")
+
+
+def shapes_of(content):
+    """A file with three "apps" sections in each of the shapes. In the one with one section, the keys
+    of the two that hold Steam's own switches have other letters."""
+    game, appid = re.search(rb'(\n\t{5}("\d+")\n.*?\n\t{5}})', content, re.DOTALL).groups()
+    end = b"\n\t\t\t\t\t}\n\t\t\t\t}"  # of the last game's block and of the section
+    return (re.sub(rb'(\n\t\t?)"apps"\n', rb'\1"sppa"\n', content), content,
+            content.replace(game, game * 2), content.replace(end, b"\n" + appid + b"{}" + end))
 
 
 class Bench:
@@ -36,9 +45,11 @@ class Bench:
         self.builds = dict(zip(("", ", -O2"), builds))
         self.build = builds[0]
         self.samples = collections.defaultdict(list)
-        sizes = sorted({*SIZES, *SCANNED, *APPLIED, *WINDOWS, SLOW})
         self.machines = {games: self.new_machine(folder, f"{games}", games, max(8600, games * 36))
-                         for games in sizes}
+                         for games in MACHINES}
+        self.shapes = {shape: self.new_machine(folder, shape, 1000, 36000) for shape in SHAPES}
+        for machine, content in zip(self.shapes.values(), shapes_of(self.machines[1000].content)):
+            machine.replace_content(content)
         # Two files of 2 MB that say the same of 150 games: with many friends, and behind so many
         # sections that never close.
         self.ordinary = self.new_machine(folder, "ordinary", 150, 18300)
@@ -56,32 +67,27 @@ class Bench:
     def median(self, name, games):
         return statistics.median(self.samples[name, games])
 
+    def note_inner(self, pattern, machine, builds=("", ", -O2")):
+        for kind in builds:
+            for name, games, value in machine.inner(self.builds[kind], pattern):
+                self.note(name + kind, games, value)
+
     def measure_files(self, games):
         """Reading and editing the file of one machine, by the program's functions and the peers."""
         if games not in {150, *APPLIED}:
             return
         machine = self.machines[games]
-        for kind, build in self.builds.items():
-            self.note(f"readAllGames{kind}", games, machine.inner(build, "readAllGames"))
+        self.note_inner(f"readAllGames/{games}/", machine)
         for peer in ("node", "python"):
             parse, edits = machine.peer(peer, 1, games)
             self.note(peer, games, parse)
             self.note(f"{peer} edit of one", games, edits[1])
             self.note(f"{peer} edit of all", games, edits[games])
 
-    def measure_growth(self):
-        """What is compared between sizes: all sizes in a row."""
-        for name, sizes in GROWING.items():
-            for kind, build in self.builds.items():
-                if kind and name != "scan":
-                    continue
-                for games in sizes:
-                    self.note(name + kind, games, self.machines[games].inner(build, name))
-
     def measure_applies(self, player, games):
         """Apply on one machine."""
-        def apply(name, change, changed, through=()):
-            self.note(name, games, player.time_apply(self.machines[games], change, changed, through))
+        def apply(name, change, changed, through=(), machine=self.machines[games]):
+            self.note(name, games, player.time_apply(machine, change, changed, through))
 
         if games in {SLOW, *APPLIED}:
             apply("apply all", player.change_all_games, games)
@@ -89,6 +95,8 @@ class Bench:
             apply("apply all, slow disk", player.change_all_games, games, SLOW_DISK)
         if games == 1000:
             apply("apply one", player.change_one_game, 1)
+            for shape, machine in self.shapes.items():
+                apply(shape, player.change_all_games, games, machine=machine)
             self.note("keystroke", games, player.keystroke_cpu(self.machines[games]))
 
     def measure_starts(self, screen):
@@ -114,7 +122,9 @@ class Bench:
                     self.measure_files(games)
                     self.measure_applies(player, games)
                 for _ in range(SHORT):
-                    self.measure_growth()
+                    # What is compared between sizes: all sizes in a row.
+                    self.note_inner("^scan/", self.machines[1000])
+                    self.note_inner("-^(scan|readAllGames)/", self.machines[1000], [""])
                 self.measure_starts(screen)
 
 
@@ -130,7 +140,7 @@ def add_bounds(report, bench):
     report.ratio("all options of 150 games / one parse by @node-steam/vdf", times("readAllGames", 150),
                  times("node", 150), 0.7)
     for kind in bench.builds:
-        add_growth(report, bench, f"scan{kind}", SCANNED, 2.3)
+        add_growth(report, bench, f"scan{kind}", 2.3)
 
     xrandr = bench.median("xrandr", 0)  # is the system's own time
 
@@ -139,11 +149,17 @@ def add_bounds(report, bench):
 
     report.ratio("start with 2 MB of unclosed sections / with an ordinary file of 2 MB",
                  starts("unclosed", 150), starts("ordinary", 150), 1.5)
+    for games, bound in zip(SIZES, (0.8, 0.55, 0.55, 0.55)):
+        report.ratio(f"Apply of all of {games:,} games / the same edit by @node-steam/vdf",
+                     times("apply all", games), times("node edit of all", games), bound)
+    for shape in SHAPES[1:]:
+        report.ratio(f"Apply of 1,000 games, file with {shape} / with {SHAPES[0]}", times(shape, 1000),
+                     times(SHAPES[0], 1000), 1.2)
     for games in (300, 1000):
         report.ratio(f"Apply of {games:,} changed games / the same edit by python3-vdf",
                      times("apply all", games), times("python edit of all", games), 1.0)
     report.ratio("Apply of one game of 1,000 / the same edit by python3-vdf", times("apply one", 1000),
-                 times("python edit of one", 1000), 0.35)
+                 times("python edit of one", 1000), 0.15)
     report.ratio("one edit / writing and syncing the file", times("editOneGame", 1000),
                  times("writeAndSync", 1000), 4)
     report.ratio("one edit / one edit by python3-vdf", times("editOneGame", 1000)[::SHORT],
@@ -160,12 +176,15 @@ def add_bounds(report, bench):
     report.bounded("peak memory above the empty window's, 1,000 games (MB)", peak - least, 25,
                    f"{peak:.1f} MB / {least:.1f} MB")
     for name in ("editOneGame", "recount", "list"):
-        add_growth(report, bench, name, SIZES, 2.4)
+        add_growth(report, bench, name, 2.4)
+    for shape in SHAPES[:2]:
+        add_growth(report, bench, f"editLaunchOptions/{shape}", 2.2)
 
 
-def add_growth(report, bench, name, sizes, bound):
+def add_growth(report, bench, name, bound):
+    sizes = sorted(games for measured, games in bench.samples if measured == name)
     for less, more in zip(sizes, sizes[1:]):
-        report.ratio(f"{name}, {more:,} games / {less:,}", bench.samples[name, more],
+        report.ratio(f"{name.replace('/', ', ')}, {more:,} games / {less:,}", bench.samples[name, more],
                      bench.samples[name, less], bound)
 
 
@@ -173,8 +192,7 @@ def add_times(report, bench, title, columns, sizes):
     """A table without bounds: a column for each name, by title."""
     report.table(title, *columns)
     for games in sizes:
-        report.row(f"{games:,}", *(f"{bench.median(name, games):.2f}" if (name, games) in bench.samples
-                                   else "" for name in columns.values()))
+        report.row(f"{games:,}", *(f"{bench.median(name, games):.2f}" for name in columns.values()))
 
 
 def report_of(bench, rounds):
@@ -197,9 +215,6 @@ def report_of(bench, rounds):
     add_times(report, bench, "all games changed",
               {"Apply": "apply all", "edit by @node-steam/vdf": "node edit of all",
                "by python3-vdf": "python edit of all"}, APPLIED)
-    add_times(report, bench, "growth",
-              {"scan": "scan", "scan, -O2": "scan, -O2", "edit": "editOneGame", "recount": "recount",
-               "list": "list"}, sorted({*SIZES, *SCANNED}))
     if report.missed:
         report.line()
         report.line(f"Missed: {'; '.join(report.missed)}.")

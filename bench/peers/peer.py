@@ -7,7 +7,7 @@ import json
 import os
 import statistics
 import sys
-import time
+import timeit
 
 import vdf
 
@@ -15,12 +15,7 @@ PATH, *COUNTS = sys.argv[1:]
 
 
 def median_of(work):
-    times = []
-    for _ in range(3):
-        start = time.perf_counter()
-        work()
-        times.append((time.perf_counter() - start) * 1000)
-    return statistics.median(times)
+    return statistics.median(timeit.repeat(work, number=1, repeat=3)) * 1000
 
 
 def edit(games):
