@@ -74,24 +74,6 @@ bool takeAfter(int descriptor, const QString &path, const struct stat &old)
            (size < 0 || ::fsetxattr(descriptor, accessList, list.data(), size_t(size), 0) == 0);
 }
 
-/// Makes the open file's modification time differ from the old file's by at least a millisecond,
-/// so that programs that compare sizes and times see a change. Two files that are written within
-/// one tick of the kernel's clock would have the same time.
-bool setOtherTime(int descriptor, const struct stat &old)
-{
-    constexpr long millisecond = 1'000'000;
-    struct stat status = {};
-    if (::fstat(descriptor, &status) != 0)
-        return false;
-    timespec time = status.st_mtim;
-    if (time.tv_sec != old.st_mtim.tv_sec ||
-        time.tv_nsec / millisecond != old.st_mtim.tv_nsec / millisecond)
-        return true;
-    ++time.tv_sec;
-    const timespec times[] = {{.tv_sec = 0, .tv_nsec = UTIME_OMIT}, time};
-    return ::futimens(descriptor, times) == 0;
-}
-
 } // namespace
 
 Replaced replaceFile(const QString &path, const QByteArray &content,
@@ -112,13 +94,7 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
     // an empty or a cut file in place. After a return, QSaveFile removes the temporary file.
     if (file.write(content) != content.size() || !file.flush() || file.size() != content.size())
         return Replaced::CommitFailed;
-    if (exists && !setOtherTime(file.handle(), old))
-        return Replaced::CommitFailed;
-    if (!sync(file.handle()))
-        return Replaced::CommitFailed;
-    if (expected && fileVersion(path) != expected)
-        return Replaced::CommitFailed;
-    if (!file.commit())
+    if (!sync(file.handle()) || (expected && fileVersion(path) != expected) || !file.commit())
         return Replaced::CommitFailed;
     // The file is replaced by now: a folder that cannot be synced is no failure.
     syncPath(QFileInfo(target).path());
@@ -141,10 +117,11 @@ bool copyFile(const QString &from, const QString &to)
     return !copy.autoRemove();
 }
 
-void makePrivateFolder(const QString &path)
+QString makePrivateFolder(const QString &path)
 {
     QDir().mkpath(QFileInfo(path).path());
     QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
 }
 
 } // namespace base

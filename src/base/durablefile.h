@@ -21,7 +21,7 @@ enum class Replaced {
 /// path holds either the old bytes or the new ones. A symbolic link stays a link, also one that
 /// leads nowhere; the file it leads to is replaced or made. The file keeps its mode and access list
 /// and, for root, its owner and group. A new file has mode 0600. No file gets an access list from
-/// its folder. The modification time always changes. A failure leaves no temporary file.
+/// its folder. A failure leaves no temporary file.
 ///
 /// `expected` is the version that the caller read. If the file is another version just before the
 /// renaming, it is not replaced, so that nobody's writing is undone.
@@ -34,7 +34,7 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
 bool copyFile(const QString &from, const QString &to);
 
 /// Makes the folder with mode 0700 if it is missing, and missing folders above it with the usual
-/// mode.
-void makePrivateFolder(const QString &path);
+/// mode. Returns `path`.
+QString makePrivateFolder(const QString &path);
 
 } // namespace base

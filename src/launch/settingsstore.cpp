@@ -33,12 +33,6 @@ QString originalKey(const QString &appid)
     return originalGroup + appid;
 }
 
-QString madeFolder(const QString &path)
-{
-    base::makePrivateFolder(path);
-    return path;
-}
-
 QVariant fieldOf(const GameSettings &settings, const SettingsField &field)
 {
     return std::visit([&](auto member) { return QVariant(settings.*member); }, field.member);
@@ -126,7 +120,7 @@ QString originalLaunchOptions(const QSettings &store, const QString &appid)
 // QSettings caches by file name what it meant to write.
 
 StoreEdit::StoreEdit(QSettings &settingsStore)
-    : store(settingsStore), lock(madeFolder(QFileInfo(store.fileName()).path()))
+    : store(settingsStore), lock(base::makePrivateFolder(QFileInfo(store.fileName()).path()))
 {
     const QString path = store.fileName();
     store.sync();

@@ -125,13 +125,6 @@ AppsSection::AppsSection(QByteArrayView text, BraceSpan apps) : utf8(text), sect
         if (!first.isValid() || block.open < first.open)
             first = block;
     });
-    static const QByteArrayMatcher matcher(launchOptionsKey);
-    for (qsizetype key = matcher.indexIn(inside, section.open); key >= 0;
-         key = matcher.indexIn(inside, key + 1)) {
-        const qsizetype open = skipSpace(inside, key + launchOptionsKey.size());
-        if (open < inside.size() && inside[open] == '"')
-            candidates.append(Value{key, {open, inside.indexOf('"', open + 1)}});
-    }
 }
 
 BraceSpan AppsSection::block(const QString &appid) const
@@ -141,15 +134,17 @@ BraceSpan AppsSection::block(const QString &appid) const
 
 QList<BraceSpan> AppsSection::values(BraceSpan block) const
 {
+    static const QByteArrayMatcher matcher(launchOptionsKey);
+    const QByteArrayView inside = utf8.first(block.close + 1);
     QList<BraceSpan> values;
-    qsizetype end = block.open; // of the previous value
-    for (auto it = std::lower_bound(candidates.cbegin(), candidates.cend(), block.open,
-                                    [](const Value &a, qsizetype from) { return a.key < from; });
-         it != candidates.cend() && it->key < block.close; ++it) {
-        if (it->key < end || it->quotes.close < 0 || it->quotes.close > block.close)
-            continue;
-        values.append(it->quotes);
-        end = it->quotes.close + 1;
+    qsizetype key = matcher.indexIn(inside, block.open);
+    while (key >= 0) {
+        const qsizetype open = skipSpace(inside, key + launchOptionsKey.size());
+        const qsizetype close =
+            open < inside.size() && inside[open] == '"' ? inside.indexOf('"', open + 1) : -1;
+        if (close >= 0)
+            values.append({open, close});
+        key = matcher.indexIn(inside, std::max(key, close) + 1);
     }
     return values;
 }

@@ -48,15 +48,9 @@ public:
     QList<BraceSpan> values(BraceSpan block) const;
 
 private:
-    struct Value {
-        qsizetype key; ///< where the key's first quote stands
-        BraceSpan quotes;
-    };
-
     QByteArrayView utf8;
     BraceSpan section;
     QHash<QByteArrayView, BraceSpan> blocks; ///< for each key that can be an app id, the first
-    QList<Value> candidates;                 ///< in the text's order; two can share a quote
 };
 
 /// Compares the operations here, which count braces and keys inside quotes, with a reader who knows

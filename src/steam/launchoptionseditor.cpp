@@ -38,18 +38,8 @@ QString verificationFailed(const QString &appid)
 /// True if every brace in the options has its partner there.
 bool areBracesPaired(const QString &options)
 {
-    qsizetype depth = 0;
-    for (const QChar unit : options) {
-        depth += unit == u'{' ? 1 : unit == u'}' ? -1 : 0;
-        if (depth < 0)
-            return false;
-    }
-    return depth == 0;
-}
-
-bool haveSameBraces(QByteArrayView a, QByteArrayView b)
-{
-    return a.count('{') == b.count('{') && a.count('}') == b.count('}');
+    const QByteArray inBraces = '{' + options.toUtf8() + '}';
+    return matchingBrace(inBraces, 0) == inBraces.size() - 1;
 }
 
 /// The position of group 1 of the first match of `pattern` in `bytes`; the empty span without a
@@ -116,8 +106,9 @@ Replacement newValues(QByteArrayView text, const QList<BraceSpan> &values, const
 }
 
 /// Decides one change on the text as it was read. Makes every check of an edit except the reading
-/// back.
-Decision decide(const AppsSection &section, bool isSectionClear, const LaunchOptionsChange &change)
+/// back. `indent` is for a new block.
+Decision decide(const AppsSection &section, bool isSectionClear, const QByteArray &indent,
+                const LaunchOptionsChange &change)
 {
     const QByteArrayView text = section.text();
     const auto &[appid, options] = change;
@@ -132,7 +123,9 @@ Decision decide(const AppsSection &section, bool isSectionClear, const LaunchOpt
     if (!section.span().isValid())
         return refuse(u"no apps section found"_s);
     bool isClear = isSectionClear && areBracesPaired(options);
-    if (decision.block.isValid()) {
+    if (!decision.block.isValid()) {
+        decision.replacement = newBlock(section, change, indent);
+    } else {
         const QList<BraceSpan> values = section.values(decision.block);
         const auto replacement = values.isEmpty() ? newLine(text, decision.block, options)
                                                   : newValues(text, values, options);
@@ -142,7 +135,7 @@ Decision decide(const AppsSection &section, bool isSectionClear, const LaunchOpt
         const auto &[from, to, bytes] = *replacement;
         const QByteArrayView old = text.sliced(from, to - from);
         // A new block adds a pair of braces, so only edits of an existing one are counted.
-        if (!haveSameBraces(bytes, old))
+        if (bytes.count('{') != old.count('{') || bytes.count('}') != old.count('}'))
             return refuse(u"brace count changed; refusing to write"_s);
         isClear = isClear &&
                   isSeenAlike(text, decision.block, values, values.isEmpty() ? from : -1) &&
@@ -198,17 +191,12 @@ QByteArray withReplacements(QByteArrayView text, const QList<Decision> &decision
 EditedText editLaunchOptions(const QByteArray &bytes, const QList<LaunchOptionsChange> &changes)
 {
     const AppsSection section(bytes);
-    const bool isSectionClear = section.span().isValid() && isSeenAlike(bytes, section.span());
-    QByteArray indent; // of new blocks; found only if there is one
+    const bool hasSection = section.span().isValid();
+    const bool isSectionClear = hasSection && isSeenAlike(bytes, section.span());
+    const QByteArray indent = hasSection ? appIndentation(section) : QByteArray();
     QList<Decision> decisions;
-    for (const LaunchOptionsChange &change : changes) {
-        decisions.append(decide(section, isSectionClear, change));
-        if (!decisions.last().refusal.isEmpty() || decisions.last().block.isValid())
-            continue;
-        if (indent.isEmpty())
-            indent = appIndentation(section);
-        decisions.last().replacement = newBlock(section, change, indent);
-    }
+    for (const LaunchOptionsChange &change : changes)
+        decisions.append(decide(section, isSectionClear, indent, change));
     refuseOverlaps(decisions);
 
     EditedText edited;

@@ -74,9 +74,4 @@ QString writeBackup(const QString &path)
     return base::copyFile(path, candidate) ? candidate : QString();
 }
 
-QString noBackupMessage(const QString &path)
-{
-    return "could not write backup for "_L1 + path;
-}
-
 } // namespace steam

@@ -35,6 +35,9 @@ QString writeBackup(const QString &path);
 
 /// The message for launch options or a file that could not be saved before being replaced. `path`
 /// is the file that could not be read, written or copied.
-QString noBackupMessage(const QString &path);
+inline QString noBackupMessage(const QString &path)
+{
+    return QStringLiteral("could not write backup for ") + path;
+}
 
 } // namespace steam

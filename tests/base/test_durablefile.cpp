@@ -29,7 +29,6 @@ private Q_SLOTS:
     void keepsTheMode_data();
     void keepsTheMode();
     void keepsOwnerGroupAndMode();
-    void hasAnotherTimeThanTheOldFile();
     void keepsLinks_data();
     void keepsLinks();
     void cannotOpenWhereALinksFolderIsMissing();
@@ -143,24 +142,6 @@ void TestDurableFile::keepsOwnerGroupAndMode()
     QCOMPARE(now.st_uid, otherOwner());
     QCOMPARE(now.st_gid, otherGroup());
     QCOMPARE(now.st_mode & 07777, otherMode());
-}
-
-void TestDurableFile::hasAnotherTimeThanTheOldFile()
-{
-    const ScratchFile file("old");
-    for (int i = 0; i < 200; ++i) {
-        // The old file gets a time at which the new one may be written, up to 10 ms from now.
-        timespec time = {};
-        ::clock_gettime(CLOCK_REALTIME, &time);
-        time.tv_nsec += i * 50'000;
-        time.tv_sec += time.tv_nsec / 1'000'000'000;
-        time.tv_nsec %= 1'000'000'000;
-        const timespec times[] = {time, time};
-        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(file.path()).constData(), times, 0), 0);
-        const QDateTime before = QFileInfo(file.path()).lastModified();
-        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
-        QVERIFY(QFileInfo(file.path()).lastModified() != before);
-    }
 }
 
 void TestDurableFile::keepsLinks_data()

@@ -246,17 +246,6 @@ private Q_SLOTS:
         QCOMPARE(store.value(u"config/10/caphz"_s).toInt(), 75);
     }
 
-    /// A clock's tick is longer than a change takes.
-    void changesOfEqualSizeAreSeenAtOnce()
-    {
-        const ScratchFile file("", storeName);
-        QSettings store(file.path(), QSettings::NativeFormat);
-        for (int caphz = 60; caphz < 90; ++caphz) {
-            QVERIFY(saveCap(store, caphz));
-            QCOMPARE(store.value(u"config/9/caphz"_s).toInt(), caphz);
-        }
-    }
-
     void nothingIsWrittenLater_data()
     {
         QTest::addColumn<bool>("failing");

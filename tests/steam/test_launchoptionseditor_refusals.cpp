@@ -190,8 +190,7 @@ void TestLaunchOptionsEditorRefusals::refusal_data()
     row("a new line that would stand in a note",
         "\"apps\" { \"620\" {\r\n\"note\" \"a{\n\"\r\n\"b\" \"}\" } }", u"new"_s, verification);
     row("a value that is the key of a block",
-        "\"apps\" { \"620\" { \"LaunchOptions\" \"x\" { \"k\" \"v\" } } }", u"new"_s,
-        verification);
+        "\"apps\" { \"620\" { \"LaunchOptions\" \"x\" { \"k\" \"v\" } } }", u"new"_s, verification);
     row("a key in a value", "\"apps\" { \"620\" { \"note\" \"a \\\"LaunchOptions\\\" \" } }",
         u"new"_s, indentation);
     row("a quote that does not end", "\"apps\" { \"620\" { \"LaunchOptions\" \"x\" \"k } }",
