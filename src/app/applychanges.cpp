@@ -40,6 +40,14 @@ QList<LaunchOptionsChange> changesToMake(const QList<LaunchOptionsChange> &stage
     return changes;
 }
 
+/// Leaves out the changes that failed. True if there were any.
+bool dropFailed(QList<LaunchOptionsChange> &changes, const AppliedChanges &applied)
+{
+    return changes.removeIf([&applied](const LaunchOptionsChange &change) {
+        return applied.failures.contains(change.appid);
+    }) > 0;
+}
+
 /// Keeps the launch options of the user's own that are about to be replaced, unless some are kept
 /// for the game already, and saves all settings along with them. Returns the app ids of those games
 /// whose options are not on the disk afterwards.
@@ -71,45 +79,36 @@ AppliedChanges applyChanges(const QString &vdf, const QList<LaunchOptionsChange>
     AppliedChanges applied;
     QString error;
     const auto file = steam::readLocalConfig(vdf, &error);
-    const QByteArray text = file ? file->bytes : QByteArray();
-    const steam::AppsSection section(text);
-    const QString cannotKeep = steam::noBackupMessage(store.fileName());
     launch::StoreEdit storeEdit(store);
-
-    QList<LaunchOptionsChange> changes =
-        changesToMake(staged, section, storeEdit.content(), cannotKeep, applied);
     if (!file) {
-        applied.launchOptions.clear(); // it is not known what any game has
         for (const auto &[appid, options] : staged) {
             const QString refusal = steam::storageRefusal(options);
-            if (!applied.failures.contains(appid))
-                applied.failures.insert(appid, refusal.isEmpty() ? error : refusal);
+            applied.failures.insert(appid, refusal.isEmpty() ? error : refusal);
         }
+        storeEdit.save(records, {});
+        return applied;
     }
-    const auto dropFailed = [&] {
-        return changes.removeIf([&](const LaunchOptionsChange &change) {
-            return applied.failures.contains(change.appid);
-        });
-    };
-    dropFailed();
 
-    steam::EditedText edited = steam::editLaunchOptions(text, changes);
-    applied.failures.insert(edited.refusals);
-    dropFailed();
+    const steam::AppsSection section(file->bytes);
+    const QString cannotKeep = steam::noBackupMessage(store.fileName());
+    QList<LaunchOptionsChange> changes =
+        changesToMake(staged, section, storeEdit.content(), cannotKeep, applied);
+    const auto edit = [&] { // what is refused is no change to make any more
+        const steam::EditedText edited = steam::editLaunchOptions(file->bytes, changes);
+        applied.failures.insert(edited.refusals);
+        dropFailed(changes, applied);
+        return edited.bytes;
+    };
+    QByteArray bytes = edit();
     for (const QString &appid : keepOriginals(changes, section, storeEdit, records))
         applied.failures.insert(appid, cannotKeep);
-    if (dropFailed() > 0) {
-        edited = steam::editLaunchOptions(text, changes);
-        applied.failures.insert(edited.refusals);
-        dropFailed();
-    }
+    if (dropFailed(changes, applied))
+        bytes = edit();
+
     const bool isReplaced =
-        changes.isEmpty() || steam::replaceLocalConfig(vdf, edited.bytes, file->version, &error);
-    for (const auto &[appid, options] : changes) {
-        if (isReplaced)
-            applied.launchOptions.insert(appid, options);
-        else
-            applied.failures.insert(appid, error);
-    }
+        changes.isEmpty() || steam::replaceLocalConfig(vdf, bytes, file->version, &error);
+    for (const auto &[appid, options] : changes)
+        (isReplaced ? applied.launchOptions : applied.failures)
+            .insert(appid, isReplaced ? options : error);
     return applied;
 }
