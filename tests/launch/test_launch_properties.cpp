@@ -44,6 +44,17 @@ static void showValue(const LaunchGpu &gpu, std::ostream &out)
 namespace
 {
 
+/// Characters of all kinds, those with a meaning to the format more often. No half of a pair.
+rc::Gen<char32_t> characters()
+{
+    return rc::gen::weightedOneOf<char32_t>(
+        {{6, rc::gen::elementOf(std::u32string(U"\\\"'@%,;=#[]{}() \t\n\r0aB\u00e4\u2028"))},
+         {3, rc::gen::inRange<char32_t>(0, 0x80)},
+         {2, rc::gen::inRange<char32_t>(0x80, 0xd800)},
+         {1, rc::gen::inRange<char32_t>(0xe000, 0x110000)},
+         {1, rc::gen::elementOf(std::u32string(U"\ufeff\ufffe\uffff\ufffd"))}});
+}
+
 model::LaunchSettings toModel(const GameSettings &s)
 {
     return {s.upscaling, s.renderW,  s.renderH, s.outputW,   s.outputH, s.framegen,    s.fgbackend,
@@ -224,6 +235,7 @@ private Q_SLOTS:
     void parsedComposesAndParsesTheSame();
     void loading();
     void savedIsLoaded();
+    void optionsThatCanBeKeptComeBack();
 };
 
 void TestLaunchProperties::defaultFrameCap()
@@ -339,6 +351,33 @@ void TestLaunchProperties::savedIsLoaded()
         RC_ASSERT(toModel(launch::loadGameSettings(store, u"9"_s, {}).settings) == first);
         RC_ASSERT(toModel(launch::loadGameSettings(store, u"10"_s, {}).settings) == second);
     }));
+}
+
+void TestLaunchProperties::optionsThatCanBeKeptComeBack()
+{
+    const QTemporaryDir folder;
+    int cases = 0;
+    int refused = 0;
+    QVERIFY(rc::check("all text without a byte-order mark comes back from the store", [&] {
+        const auto text = *rc::gen::nonEmpty(rc::gen::container<std::u32string>(characters()));
+        QString options; // not by fromUcs4(), which drops a U+FFFE at the start
+        for (const char32_t character : text)
+            options += QChar::fromUcs4(character);
+        const QString path = folder.filePath(u"%1.conf"_s.arg(++cases));
+        QSettings store(path, QSettings::NativeFormat);
+        launch::StoreEdit edit(store);
+        if (!edit.canKeep(u"9"_s, options)) {
+            ++refused;
+            RC_ASSERT(options.contains(u'\ufeff'));
+            return;
+        }
+        RC_ASSERT(edit.save({}, {{u"9"_s, options}}));
+        const QString copy = folder.filePath(u"%1 as another run reads it"_s.arg(cases));
+        RC_ASSERT(QFile::copy(path, copy));
+        const QSettings read(copy, QSettings::NativeFormat);
+        RC_ASSERT(launch::originalLaunchOptions(read, u"9"_s) == options);
+    }));
+    QVERIFY(refused > cases / 100);
 }
 
 QTEST_GUILESS_MAIN(TestLaunchProperties)
