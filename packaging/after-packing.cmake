@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# CPack runs this after it has packed. The three members of a Debian package have the modes that its
-# umask gave them, so they are put in their places again without modes and times.
+# CPack runs this after it has packed. The three members of its Debian package have modes by the packager's
+# umask, so this script replaces them by members without modes and times.
 if(CPACK_GENERATOR STREQUAL "DEB")
     set(parts ${CPACK_TEMPORARY_DIRECTORY}.parts)
     file(MAKE_DIRECTORY ${parts})

@@ -2,7 +2,7 @@
 # CPack runs this before it packs what it has staged.
 cmake_minimum_required(VERSION 3.22)
 
-# The time that everything in a package gets, unless the packer has said it.
+# The time of every file in a package, unless the packager has set SOURCE_DATE_EPOCH.
 if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
     execute_process(COMMAND date --utc --date=${CPACK_MARROWPULSE_DAY} +%s OUTPUT_VARIABLE time
         OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)

@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: MIT
-# Makes of the staged install tree what Debian's policy asks of a package.
+# Changes the staged install tree to what Debian's policy requires of a package.
 set(stage ${CPACK_TEMPORARY_DIRECTORY}/usr/share)
 set(doc ${stage}/doc/${CPACK_PACKAGE_NAME})
 
-# The licence is the copyright file, and has its place whatever the folder of the documents is.
+# The licence becomes the copyright file, whose place does not depend on the folder of the documents.
 cmake_path(ABSOLUTE_PATH CPACK_MARROWPULSE_DOC_FOLDER BASE_DIRECTORY /usr)
 file(MAKE_DIRECTORY ${doc})
 file(RENAME ${CPACK_TEMPORARY_DIRECTORY}${CPACK_MARROWPULSE_DOC_FOLDER}/LICENSE ${doc}/copyright)
 
-# A change log in Debian's form, which leads to the one that people read.
+# A change log in Debian's form, which points to the real one.
 execute_process(COMMAND date --utc --rfc-email --date=${CPACK_MARROWPULSE_DAY} OUTPUT_VARIABLE date
     OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 file(WRITE ${doc}/changelog
@@ -22,7 +22,7 @@ file(WRITE ${doc}/changelog
 execute_process(COMMAND gzip -9n ${doc}/changelog ${stage}/man/man1/${CPACK_PACKAGE_NAME}.1
     COMMAND_ERROR_IS_FATAL ANY)
 
-# The modes do not depend on the umask of who packs.
+# Sets the modes, which would else depend on the packager's umask.
 set(for_all OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 file(CHMOD_RECURSE ${stage} FILE_PERMISSIONS ${for_all})
 file(CHMOD_RECURSE ${CPACK_TEMPORARY_DIRECTORY}/usr

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# CPack reads this before it packs: an archive of a state that is not the release has its commit in its
-# name. The release is what its signed tag says it is.
+# CPack reads this before it packs. The archive of a commit without the release's annotated tag gets the
+# commit into its name.
 if(CPACK_INSTALL_CMAKE_PROJECTS)
     return() # no archive of the sources
 endif()

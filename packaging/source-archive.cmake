@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Stages what the last commit holds, and nothing else that may lie in the folder.
+# Stages the files of the last commit, and nothing else that is in the folder.
 if(NOT EXISTS ${CPACK_MARROWPULSE_SOURCES}/.git)
     message(FATAL_ERROR "${CPACK_MARROWPULSE_SOURCES} is no git repository")
 endif()
