@@ -6,6 +6,7 @@
 #include "support/callwatch.h"
 #include "support/scratchfile.h"
 
+#include <QProcess>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
