@@ -6,6 +6,7 @@ import pathlib
 import re
 import shlex
 import subprocess
+import tempfile
 import unittest
 
 SOURCES = pathlib.Path(__file__).resolve().parents[2] / "src"
@@ -51,6 +52,15 @@ class Hardening(unittest.TestCase):
             with self.subTest(flags):
                 self.assertIn(re.findall(r"#define _FORTIFY_SOURCE (.*)", macros), (["2"], ["3"]))
                 self.assertEqual(len(re.findall(r"#define __SSP_(?:STRONG|ALL)__ ", macros)), 1)
+
+    def test_a_build_of_several_configurations_is_fortified_where_it_is_optimised(self):
+        with tempfile.TemporaryDirectory(prefix="marrowpulse-hardening.") as folder:
+            subprocess.run(["cmake", "-S", SOURCES.parent, "-B", folder, "-G", "Ninja Multi-Config"],
+                           check=True, stdout=subprocess.DEVNULL)
+            commands = json.loads(pathlib.Path(folder, "compile_commands.json").read_text())
+        fortified = {(re.search(r"CMAKE_INTDIR=\W*(\w+)", entry["command"])[1],
+                      "-D_FORTIFY_SOURCE=2" in entry["command"]) for entry in commands}
+        self.assertEqual(fortified, {("Debug", False), ("Release", True), ("RelWithDebInfo", True)})
 
 
 if __name__ == "__main__":
