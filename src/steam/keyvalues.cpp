@@ -19,16 +19,15 @@ constexpr QByteArrayView launchOptionsKey("\"LaunchOptions\"");
 template <typename Visit>
 void forEachBlock(QByteArrayView text, qsizetype from, Visit visit)
 {
-    const auto isBrace = [](char byte) { return byte == '{' || byte == '}'; };
+    from = std::max(from, qsizetype(0));
     std::vector<qsizetype> open;
-    for (auto at = text.begin() + std::max(from, qsizetype(0));; ++at) {
-        at = std::find_if(at, text.end(), isBrace);
-        if (at == text.end())
-            return;
-        if (*at == '{') {
-            open.push_back(at - text.begin());
-        } else if (!open.empty()) {
-            visit(BraceSpan{open.back(), at - text.begin()});
+    qsizetype opening = text.indexOf('{', from);
+    for (qsizetype closing = text.indexOf('}', from); closing >= 0;
+         closing = text.indexOf('}', closing + 1)) {
+        for (; opening >= 0 && opening < closing; opening = text.indexOf('{', opening + 1))
+            open.push_back(opening);
+        if (!open.empty()) {
+            visit(BraceSpan{open.back(), closing});
             open.pop_back();
         }
     }
