@@ -43,98 +43,91 @@ class TestGpuEnumerationName : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void lookupPciName_data();
-    void lookupPciName();
-    void filesAreAskedInTurn_data();
-    void filesAreAskedInTurn();
-    void filesOfTheDistributions();
-};
+    void lookupPciName_data()
+    {
+        QTest::addColumn<QString>("vendor");
+        QTest::addColumn<QString>("device");
+        QTest::addColumn<QString>("name");
 
-void TestGpuEnumerationName::lookupPciName_data()
-{
-    QTest::addColumn<QString>("vendor");
-    QTest::addColumn<QString>("device");
-    QTest::addColumn<QString>("name");
-
-    QTest::newRow("first device of a vendor") << u"1002"_s << u"164e"_s << u"Raphael"_s;
-    QTest::newRow("past a comment")
-        << u"1002"_s << u"73bf"_s << u"Navi 21 [Radeon RX 6800/6800 XT / 6900 XT]"_s;
-    QTest::newRow("past subsystems, blank and empty lines, other letter case")
-        << u"1002"_s << u"744c"_s << u"Navi 31 [Radeon RX 7900 XT]"_s;
-    QTest::newRow("second vendor") << u"10de"_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
-    QTest::newRow("vendor in another letter case")
-        << u"10DE"_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
-    QTest::newRow("Latin-1") << u"8086"_s << u"56A0"_s << u"DG2 [Arc A770 ®]"_s;
-    QTest::newRow("one device id under two vendors") << u"8086"_s << u"73bf"_s << u"not the one"_s;
-    QTest::newRow("device of another vendor") << u"10de"_s << u"164e"_s << u""_s;
-    QTest::newRow("subsystem is no device") << u"1002"_s << u"148c"_s << u""_s;
-    QTest::newRow("unknown vendor") << u"ffff"_s << u"73bf"_s << u""_s;
-    QTest::newRow("unknown device") << u"1002"_s << u"ffff"_s << u""_s;
-    QTest::newRow("empty device: the vendor's first line")
-        << u"10de"_s << u""_s << u"2684  AD102 [GeForce RTX 4090]"_s;
-    QTest::newRow("empty device: a subsystem is not the first")
-        << u"9999"_s << u""_s << u"0002  a device"_s;
-    QTest::newRow("empty vendor: any vendor")
-        << u""_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
-    QTest::newRow("both empty: the first device line") << u""_s << u""_s << u"164e  Raphael"_s;
-}
-
-void TestGpuEnumerationName::lookupPciName()
-{
-    QFETCH(const QString, vendor);
-    QFETCH(const QString, device);
-    const PretendMachine machine;
-    machine.writePciIds(database);
-    QTEST(hw::lookupPciName(vendor, device, {machine.hwdata() + "/pci.ids"_L1}), "name");
-}
-
-void TestGpuEnumerationName::filesAreAskedInTurn_data()
-{
-    QTest::addColumn<QByteArrayList>("files"); // a null one does not exist
-    QTest::addColumn<QString>("name");
-
-    const QByteArray first = "1002  AMD\n\t73bf  first\n";
-    const QByteArray second = "1002  AMD\n\t73bf  second\n";
-    const QByteArray vendorOnly = "1002  AMD\n\t164e  Raphael\n";
-    QTest::newRow("the first file wins") << QByteArrayList{first, second} << u"first"_s;
-    QTest::newRow("the first file is missing")
-        << QByteArrayList{QByteArray(), second} << u"second"_s;
-    QTest::newRow("the first file is empty") << QByteArrayList{"", second} << u"second"_s;
-    QTest::newRow("the first file knows only the vendor")
-        << QByteArrayList{vendorOnly, second} << u"second"_s;
-    QTest::newRow("the vendor of one file is not carried into the next")
-        << QByteArrayList{vendorOnly, "\t73bf  orphan\n"} << u""_s;
-    QTest::newRow("the third file")
-        << QByteArrayList{QByteArray(), vendorOnly, first} << u"first"_s;
-    QTest::newRow("no file knows it") << QByteArrayList{vendorOnly, vendorOnly} << u""_s;
-    QTest::newRow("no file exists") << QByteArrayList{QByteArray(), QByteArray()} << u""_s;
-    QTest::newRow("no line break at the end")
-        << QByteArrayList{"1002  AMD\n\t73bf  last line"} << u"last line"_s;
-    QTest::newRow("no line break at the end of a file that does not know it")
-        << QByteArrayList{"1002  AMD\n\t164e  Raphael", second} << u"second"_s;
-    QTest::newRow("line breaks of another system")
-        << QByteArrayList{"1002  AMD\r\n\r\n\t73bf  first\r\n"} << u"first"_s;
-}
-
-void TestGpuEnumerationName::filesAreAskedInTurn()
-{
-    QFETCH(const QByteArrayList, files);
-    const PretendMachine machine;
-    QStringList paths;
-    for (const QByteArray &content : files) {
-        paths << machine.root() + "/ids"_L1 + QString::number(paths.size());
-        if (!content.isNull())
-            machine.write(paths.last(), content);
+        QTest::newRow("first device of a vendor") << u"1002"_s << u"164e"_s << u"Raphael"_s;
+        QTest::newRow("past a comment")
+            << u"1002"_s << u"73bf"_s << u"Navi 21 [Radeon RX 6800/6800 XT / 6900 XT]"_s;
+        QTest::newRow("past subsystems, blank and empty lines, other letter case")
+            << u"1002"_s << u"744c"_s << u"Navi 31 [Radeon RX 7900 XT]"_s;
+        QTest::newRow("second vendor") << u"10de"_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
+        QTest::newRow("vendor in another letter case")
+            << u"10DE"_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
+        QTest::newRow("Latin-1") << u"8086"_s << u"56A0"_s << u"DG2 [Arc A770 ®]"_s;
+        QTest::newRow("one device id under two vendors")
+            << u"8086"_s << u"73bf"_s << u"not the one"_s;
+        QTest::newRow("device of another vendor") << u"10de"_s << u"164e"_s << u""_s;
+        QTest::newRow("subsystem is no device") << u"1002"_s << u"148c"_s << u""_s;
+        QTest::newRow("unknown vendor") << u"ffff"_s << u"73bf"_s << u""_s;
+        QTest::newRow("unknown device") << u"1002"_s << u"ffff"_s << u""_s;
+        QTest::newRow("empty device: the vendor's first line")
+            << u"10de"_s << u""_s << u"2684  AD102 [GeForce RTX 4090]"_s;
+        QTest::newRow("empty device: a subsystem is not the first")
+            << u"9999"_s << u""_s << u"0002  a device"_s;
+        QTest::newRow("empty vendor: any vendor")
+            << u""_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
+        QTest::newRow("both empty: the first device line") << u""_s << u""_s << u"164e  Raphael"_s;
     }
-    QTEST(hw::lookupPciName(u"1002"_s, u"73bf"_s, paths), "name");
-}
+    void lookupPciName()
+    {
+        QFETCH(const QString, vendor);
+        QFETCH(const QString, device);
+        const PretendMachine machine;
+        machine.writePciIds(database);
+        QTEST(hw::lookupPciName(vendor, device, {machine.hwdata() + "/pci.ids"_L1}), "name");
+    }
 
-void TestGpuEnumerationName::filesOfTheDistributions()
-{
-    QCOMPARE(hw::pciIdFiles(),
-             QStringList({u"/usr/share/hwdata/pci.ids"_s, u"/usr/share/misc/pci.ids"_s,
-                          u"/var/lib/pciutils/pci.ids"_s}));
-}
+    void filesAreAskedInTurn_data()
+    {
+        QTest::addColumn<QByteArrayList>("files"); // a null one does not exist
+        QTest::addColumn<QString>("name");
+
+        const QByteArray first = "1002  AMD\n\t73bf  first\n";
+        const QByteArray second = "1002  AMD\n\t73bf  second\n";
+        const QByteArray vendorOnly = "1002  AMD\n\t164e  Raphael\n";
+        QTest::newRow("the first file wins") << QByteArrayList{first, second} << u"first"_s;
+        QTest::newRow("the first file is missing")
+            << QByteArrayList{QByteArray(), second} << u"second"_s;
+        QTest::newRow("the first file is empty") << QByteArrayList{"", second} << u"second"_s;
+        QTest::newRow("the first file knows only the vendor")
+            << QByteArrayList{vendorOnly, second} << u"second"_s;
+        QTest::newRow("the vendor of one file is not carried into the next")
+            << QByteArrayList{vendorOnly, "\t73bf  orphan\n"} << u""_s;
+        QTest::newRow("the third file")
+            << QByteArrayList{QByteArray(), vendorOnly, first} << u"first"_s;
+        QTest::newRow("no file knows it") << QByteArrayList{vendorOnly, vendorOnly} << u""_s;
+        QTest::newRow("no file exists") << QByteArrayList{QByteArray(), QByteArray()} << u""_s;
+        QTest::newRow("no line break at the end")
+            << QByteArrayList{"1002  AMD\n\t73bf  last line"} << u"last line"_s;
+        QTest::newRow("no line break at the end of a file that does not know it")
+            << QByteArrayList{"1002  AMD\n\t164e  Raphael", second} << u"second"_s;
+        QTest::newRow("line breaks of another system")
+            << QByteArrayList{"1002  AMD\r\n\r\n\t73bf  first\r\n"} << u"first"_s;
+    }
+    void filesAreAskedInTurn()
+    {
+        QFETCH(const QByteArrayList, files);
+        const PretendMachine machine;
+        QStringList paths;
+        for (const QByteArray &content : files) {
+            paths << machine.root() + "/ids"_L1 + QString::number(paths.size());
+            if (!content.isNull())
+                machine.write(paths.last(), content);
+        }
+        QTEST(hw::lookupPciName(u"1002"_s, u"73bf"_s, paths), "name");
+    }
+
+    void filesOfTheDistributions()
+    {
+        QCOMPARE(hw::pciIdFiles(),
+                 QStringList({u"/usr/share/hwdata/pci.ids"_s, u"/usr/share/misc/pci.ids"_s,
+                              u"/var/lib/pciutils/pci.ids"_s}));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestGpuEnumerationName)
 #include "test_gpuenumeration_name.moc"

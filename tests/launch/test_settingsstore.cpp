@@ -62,251 +62,227 @@ class TestSettingsStore : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        machine = std::make_unique<PretendMachine>();
+        store = std::make_unique<QSettings>(machine->storePath(), QSettings::IniFormat);
+    }
 
-    void everyKeyOfEveryRecord();
-    void savedRecordsAreLoadedAgain();
-    void savingRemovesNothing();
+    void cleanup()
+    {
+        store.reset();
+        machine.reset();
+    }
 
-    void ownLaunchOptionsGoBeforeTheStore();
-    void foreignLaunchOptionsLeaveItToTheStore_data();
-    void foreignLaunchOptionsLeaveItToTheStore();
-    void noStoredSettingsAreTheDefaults_data();
-    void noStoredSettingsAreTheDefaults();
-    void onlyTheEightEarlyKeys();
-    void readDefaultOfEachKey();
-    void malformedValues_data();
-    void malformedValues();
-    void malformedFiles_data();
-    void malformedFiles();
+    void everyKeyOfEveryRecord()
+    {
+        launch::saveAllGameSettings(*store,
+                                    {{u"10"_s, everythingChanged}, {u"9"_s, GameSettings()}});
+        QCOMPARE(sortedLines(text()),
+                 sortedLines("[config]\n" + defaultLines + everythingChangedLines));
+    }
 
-    void rememberOriginal_data();
-    void rememberOriginal();
-    void firstOriginalIsKeptForGood();
+    void savedRecordsAreLoadedAgain()
+    {
+        launch::saveAllGameSettings(*store,
+                                    {{u"10"_s, everythingChanged}, {u"9"_s, GameSettings()}});
+        QCOMPARE(load(text(), u"10"_s).settings, everythingChanged);
+        QCOMPARE(load(text(), u"9"_s).settings, GameSettings());
+    }
+
+    void savingRemovesNothing()
+    {
+        machine->write(machine->storePath(),
+                       "[config]\n10\\holdback=1\n10\\later=7\n11\\framegen=true\n\n"
+                       "[original]\n10=-novid\n");
+        launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}});
+        QCOMPARE(sortedLines(text()),
+                 sortedLines("[config]\n" + everythingChangedLines +
+                             "10\\later=7\n11\\framegen=true\n\n[original]\n10=-novid\n"));
+    }
+
+    void ownLaunchOptionsGoBeforeTheStore()
+    {
+        const launch::LoadedGame game = load(
+            allKeys, u"10"_s,
+            u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 "
+            "marrowpulse-gamescope -w 1280 -h 720 -W 2560 -H 1440 -F fsr -r 75 -- %command%"_s);
+        QCOMPARE(game.enabled, true);
+        QCOMPARE(game.settings,
+                 (GameSettings{.outputW = 2560, .outputH = 1440, .caphz = 75, .renderres = false}));
+    }
+
+    void foreignLaunchOptionsLeaveItToTheStore_data()
+    {
+        QTest::addColumn<QString>("options");
+
+        QTest::newRow("none") << u""_s;
+        QTest::newRow("a user's own") << u"mangohud %command%"_s;
+        QTest::newRow("the marker without the command") << u"MARROWPULSE=1 -w 800 -h 600"_s;
+    }
+    void foreignLaunchOptionsLeaveItToTheStore()
+    {
+        QFETCH(const QString, options);
+        const launch::LoadedGame game = load(allKeys, u"10"_s, options);
+        QCOMPARE(game.enabled, false);
+        QCOMPARE(game.settings, everythingChanged);
+    }
+
+    void noStoredSettingsAreTheDefaults_data()
+    {
+        QTest::addColumn<QByteArray>("storeText");
+
+        QTest::newRow("empty store") << QByteArray();
+        QTest::newRow("another game's") << QByteArray(allKeys).replace("10\\", "100\\");
+        QTest::newRow("a game whose number ends alike")
+            << QByteArray(allKeys).replace("10\\", "910\\");
+        QTest::newRow("all keys but framegen: ignored")
+            << QByteArray(allKeys).replace("10\\framegen=false\n", "");
+        QTest::newRow("framegen in another letter case")
+            << QByteArray(allKeys).replace("framegen", "FrameGen");
+        QTest::newRow("only original launch options") << QByteArray("[original]\n10=-novid\n");
+    }
+    void noStoredSettingsAreTheDefaults()
+    {
+        QFETCH(const QByteArray, storeText);
+        const launch::LoadedGame game = load(storeText, u"10"_s, u"-novid"_s);
+        QCOMPARE(game.enabled, false);
+        QCOMPARE(game.settings, GameSettings());
+    }
+
+    void onlyTheEightEarlyKeys()
+    {
+        GameSettings expected = everythingChanged;
+        expected.framecap = true;
+        expected.caphz = 0;
+        expected.renderres = true;
+        expected.pacing = 0;
+        expected.debugoverlay = false;
+        QCOMPARE(load(eightEarlyKeys, u"10"_s).settings, expected);
+    }
+
+    void readDefaultOfEachKey()
+    {
+        const launch::LoadedGame game = load("[config]\n10\\framegen=true\n", u"10"_s);
+        QCOMPARE(game.enabled, false);
+        QCOMPARE(game.settings, nearlyNothing);
+    }
+
+    void malformedValues_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<GameSettings>("settings");
+        const auto row = [](const char *name, const QByteArray &line,
+                            void (*change)(GameSettings &)) {
+            GameSettings settings = nearlyNothing;
+            change(settings);
+            QTest::newRow(name) << line << settings;
+        };
+        const auto unchanged = [](GameSettings &) {};
+        const auto upscaling = [](GameSettings &s) { s.upscaling = true; };
+        const auto noCap = [](GameSettings &s) { s.framecap = false; };
+
+        row("a word for a number", "renderW=wide", unchanged);
+        row("nothing for a number", "renderW=", unchanged);
+        row("a fraction for a whole number", "caphz=59.94", unchanged);
+        row("a number past all bounds", "caphz=99999999999999999999", unchanged);
+        row("a number with a unit", "caphz=60 Hz", unchanged);
+        row("a quoted number", "renderW=\"1600\"", [](GameSettings &s) { s.renderW = 1600; });
+        row("a negative number", "pacing=-15", [](GameSettings &s) { s.pacing = -15; });
+        row("a number outside what the window offers", "renderW=1",
+            [](GameSettings &s) { s.renderW = 1; });
+        row("1 for true", "upscaling=1", upscaling);
+        row("a word for true", "upscaling=yes", upscaling);
+        row("0 for false", "framecap=0", noCap);
+        row("false in capitals", "framecap=FALSE", noCap);
+        row("nothing for a flag", "framecap=", noCap);
+    }
+    void malformedValues()
+    {
+        QFETCH(const QByteArray, line);
+        QTEST(load("[config]\n10\\framegen=true\n10\\" + line + '\n', u"10"_s).settings,
+              "settings");
+    }
+
+    void malformedFiles_data()
+    {
+        QTest::addColumn<QByteArray>("storeText");
+        QTest::addColumn<GameSettings>("settings");
+
+        GameSettings cut = nearlyNothing;
+        cut.renderW = 1600;
+        cut.renderH = 900;
+        cut.outputW = 3840;
+        cut.outputH = 2160;
+        cut.framegen = false;
+        cut.fgbackend = 1;
+        QTest::newRow("cut behind a key's equals sign")
+            << allKeys.left(allKeys.indexOf("holdback=") + 9) << cut;
+        QTest::newRow("cut before the marking key")
+            << allKeys.left(allKeys.indexOf("10\\framegen")) << GameSettings();
+        QTest::newRow("random bytes, then a good section")
+            << QByteArray::fromHex("8f1b00ff3d0a0d0ac328fe01") + "\n" + allKeys
+            << everythingChanged;
+    }
+    void malformedFiles()
+    {
+        QFETCH(const QByteArray, storeText);
+        QTEST(load(storeText, u"10"_s).settings, "settings");
+    }
+
+    void rememberOriginal_data()
+    {
+        QTest::addColumn<QString>("current");
+        QTest::addColumn<bool>("kept");
+
+        QTest::newRow("a user's own") << u"mangohud %command%"_s << true;
+        QTest::newRow("a blank") << u" "_s << true;
+        QTest::newRow("marker without the command") << u"MARROWPULSE=1"_s << true;
+        QTest::newRow("none") << u""_s << false;
+        QTest::newRow("the program's")
+            << u"MARROWPULSE=1 marrowpulse-gamescope -- %command%"_s << false;
+        QTest::newRow("an earlier version's")
+            << u"GAMESCOPE_FRAMEGEN=auto gamescope -- %command%"_s << false;
+    }
+    void rememberOriginal()
+    {
+        QFETCH(const QString, current);
+        QFETCH(const bool, kept);
+        launch::rememberOriginalLaunchOptions(*store, u"9"_s, current);
+        QCOMPARE(store->allKeys(), kept ? QStringList{u"original/9"_s} : QStringList());
+        QCOMPARE(launch::originalLaunchOptions(*store, u"9"_s), kept ? current : QString());
+    }
+
+    void firstOriginalIsKeptForGood()
+    {
+        launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-novid"_s);
+        launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-high"_s);
+        QCOMPARE(launch::originalLaunchOptions(*store, u"9"_s), u"-novid"_s);
+
+        // Kept by an earlier run, and even an empty one counts.
+        machine->write(machine->storePath(), "[original]\n11=-windowed\n12=\n");
+        store = std::make_unique<QSettings>(machine->storePath(), QSettings::IniFormat);
+        launch::rememberOriginalLaunchOptions(*store, u"11"_s, u"-high"_s);
+        launch::rememberOriginalLaunchOptions(*store, u"12"_s, u"-high"_s);
+        QCOMPARE(launch::originalLaunchOptions(*store, u"11"_s), u"-windowed"_s);
+        QCOMPARE(launch::originalLaunchOptions(*store, u"12"_s), u""_s);
+    }
 
 private:
     QByteArray text() const { return machine->read(machine->storePath()); }
     /// What the next run of the program loads for a game from a store of this text.
     launch::LoadedGame load(const QByteArray &storeText, const QString &appid,
-                            const QString &currentOptions = {});
+                            const QString &currentOptions = {})
+    {
+        const QString path = machine->root() + "/next-run.conf"_L1;
+        machine->write(path, storeText);
+        return launch::loadGameSettings(QSettings(path, QSettings::IniFormat), appid,
+                                        currentOptions);
+    }
 
     std::unique_ptr<PretendMachine> machine;
     std::unique_ptr<QSettings> store;
 };
-
-void TestSettingsStore::init()
-{
-    machine = std::make_unique<PretendMachine>();
-    store = std::make_unique<QSettings>(machine->storePath(), QSettings::IniFormat);
-}
-
-void TestSettingsStore::cleanup()
-{
-    store.reset();
-    machine.reset();
-}
-
-launch::LoadedGame TestSettingsStore::load(const QByteArray &storeText, const QString &appid,
-                                           const QString &currentOptions)
-{
-    const QString path = machine->root() + "/next-run.conf"_L1;
-    machine->write(path, storeText);
-    return launch::loadGameSettings(QSettings(path, QSettings::IniFormat), appid, currentOptions);
-}
-
-void TestSettingsStore::everyKeyOfEveryRecord()
-{
-    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}, {u"9"_s, GameSettings()}});
-    QCOMPARE(sortedLines(text()),
-             sortedLines("[config]\n" + defaultLines + everythingChangedLines));
-}
-
-void TestSettingsStore::savedRecordsAreLoadedAgain()
-{
-    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}, {u"9"_s, GameSettings()}});
-    QCOMPARE(load(text(), u"10"_s).settings, everythingChanged);
-    QCOMPARE(load(text(), u"9"_s).settings, GameSettings());
-}
-
-void TestSettingsStore::savingRemovesNothing()
-{
-    machine->write(machine->storePath(),
-                   "[config]\n10\\holdback=1\n10\\later=7\n11\\framegen=true\n\n"
-                   "[original]\n10=-novid\n");
-    launch::saveAllGameSettings(*store, {{u"10"_s, everythingChanged}});
-    QCOMPARE(sortedLines(text()),
-             sortedLines("[config]\n" + everythingChangedLines +
-                         "10\\later=7\n11\\framegen=true\n\n[original]\n10=-novid\n"));
-}
-
-void TestSettingsStore::ownLaunchOptionsGoBeforeTheStore()
-{
-    const launch::LoadedGame game =
-        load(allKeys, u"10"_s,
-             u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 "
-             "marrowpulse-gamescope -w 1280 -h 720 -W 2560 -H 1440 -F fsr -r 75 -- %command%"_s);
-    QCOMPARE(game.enabled, true);
-    QCOMPARE(game.settings,
-             (GameSettings{.outputW = 2560, .outputH = 1440, .caphz = 75, .renderres = false}));
-}
-
-void TestSettingsStore::foreignLaunchOptionsLeaveItToTheStore_data()
-{
-    QTest::addColumn<QString>("options");
-
-    QTest::newRow("none") << u""_s;
-    QTest::newRow("a user's own") << u"mangohud %command%"_s;
-    QTest::newRow("the marker without the command") << u"MARROWPULSE=1 -w 800 -h 600"_s;
-}
-
-void TestSettingsStore::foreignLaunchOptionsLeaveItToTheStore()
-{
-    QFETCH(const QString, options);
-    const launch::LoadedGame game = load(allKeys, u"10"_s, options);
-    QCOMPARE(game.enabled, false);
-    QCOMPARE(game.settings, everythingChanged);
-}
-
-void TestSettingsStore::noStoredSettingsAreTheDefaults_data()
-{
-    QTest::addColumn<QByteArray>("storeText");
-
-    QTest::newRow("empty store") << QByteArray();
-    QTest::newRow("another game's") << QByteArray(allKeys).replace("10\\", "100\\");
-    QTest::newRow("a game whose number ends alike") << QByteArray(allKeys).replace("10\\", "910\\");
-    QTest::newRow("all keys but framegen: ignored")
-        << QByteArray(allKeys).replace("10\\framegen=false\n", "");
-    QTest::newRow("framegen in another letter case")
-        << QByteArray(allKeys).replace("framegen", "FrameGen");
-    QTest::newRow("only original launch options") << QByteArray("[original]\n10=-novid\n");
-}
-
-void TestSettingsStore::noStoredSettingsAreTheDefaults()
-{
-    QFETCH(const QByteArray, storeText);
-    const launch::LoadedGame game = load(storeText, u"10"_s, u"-novid"_s);
-    QCOMPARE(game.enabled, false);
-    QCOMPARE(game.settings, GameSettings());
-}
-
-void TestSettingsStore::onlyTheEightEarlyKeys()
-{
-    GameSettings expected = everythingChanged;
-    expected.framecap = true;
-    expected.caphz = 0;
-    expected.renderres = true;
-    expected.pacing = 0;
-    expected.debugoverlay = false;
-    QCOMPARE(load(eightEarlyKeys, u"10"_s).settings, expected);
-}
-
-void TestSettingsStore::readDefaultOfEachKey()
-{
-    const launch::LoadedGame game = load("[config]\n10\\framegen=true\n", u"10"_s);
-    QCOMPARE(game.enabled, false);
-    QCOMPARE(game.settings, nearlyNothing);
-}
-
-void TestSettingsStore::malformedValues_data()
-{
-    QTest::addColumn<QByteArray>("line");
-    QTest::addColumn<GameSettings>("settings");
-    const auto row = [](const char *name, const QByteArray &line, void (*change)(GameSettings &)) {
-        GameSettings settings = nearlyNothing;
-        change(settings);
-        QTest::newRow(name) << line << settings;
-    };
-    const auto unchanged = [](GameSettings &) {};
-    const auto upscaling = [](GameSettings &s) { s.upscaling = true; };
-    const auto noCap = [](GameSettings &s) { s.framecap = false; };
-
-    row("a word for a number", "renderW=wide", unchanged);
-    row("nothing for a number", "renderW=", unchanged);
-    row("a fraction for a whole number", "caphz=59.94", unchanged);
-    row("a number past all bounds", "caphz=99999999999999999999", unchanged);
-    row("a number with a unit", "caphz=60 Hz", unchanged);
-    row("a quoted number", "renderW=\"1600\"", [](GameSettings &s) { s.renderW = 1600; });
-    row("a negative number", "pacing=-15", [](GameSettings &s) { s.pacing = -15; });
-    row("a number outside what the window offers", "renderW=1",
-        [](GameSettings &s) { s.renderW = 1; });
-    row("1 for true", "upscaling=1", upscaling);
-    row("a word for true", "upscaling=yes", upscaling);
-    row("0 for false", "framecap=0", noCap);
-    row("false in capitals", "framecap=FALSE", noCap);
-    row("nothing for a flag", "framecap=", noCap);
-}
-
-void TestSettingsStore::malformedValues()
-{
-    QFETCH(const QByteArray, line);
-    QTEST(load("[config]\n10\\framegen=true\n10\\" + line + '\n', u"10"_s).settings, "settings");
-}
-
-void TestSettingsStore::malformedFiles_data()
-{
-    QTest::addColumn<QByteArray>("storeText");
-    QTest::addColumn<GameSettings>("settings");
-
-    GameSettings cut = nearlyNothing;
-    cut.renderW = 1600;
-    cut.renderH = 900;
-    cut.outputW = 3840;
-    cut.outputH = 2160;
-    cut.framegen = false;
-    cut.fgbackend = 1;
-    QTest::newRow("cut behind a key's equals sign")
-        << allKeys.left(allKeys.indexOf("holdback=") + 9) << cut;
-    QTest::newRow("cut before the marking key")
-        << allKeys.left(allKeys.indexOf("10\\framegen")) << GameSettings();
-    QTest::newRow("random bytes, then a good section")
-        << QByteArray::fromHex("8f1b00ff3d0a0d0ac328fe01") + "\n" + allKeys << everythingChanged;
-}
-
-void TestSettingsStore::malformedFiles()
-{
-    QFETCH(const QByteArray, storeText);
-    QTEST(load(storeText, u"10"_s).settings, "settings");
-}
-
-void TestSettingsStore::rememberOriginal_data()
-{
-    QTest::addColumn<QString>("current");
-    QTest::addColumn<bool>("kept");
-
-    QTest::newRow("a user's own") << u"mangohud %command%"_s << true;
-    QTest::newRow("a blank") << u" "_s << true;
-    QTest::newRow("marker without the command") << u"MARROWPULSE=1"_s << true;
-    QTest::newRow("none") << u""_s << false;
-    QTest::newRow("the program's")
-        << u"MARROWPULSE=1 marrowpulse-gamescope -- %command%"_s << false;
-    QTest::newRow("an earlier version's")
-        << u"GAMESCOPE_FRAMEGEN=auto gamescope -- %command%"_s << false;
-}
-
-void TestSettingsStore::rememberOriginal()
-{
-    QFETCH(const QString, current);
-    QFETCH(const bool, kept);
-    launch::rememberOriginalLaunchOptions(*store, u"9"_s, current);
-    QCOMPARE(store->allKeys(), kept ? QStringList{u"original/9"_s} : QStringList());
-    QCOMPARE(launch::originalLaunchOptions(*store, u"9"_s), kept ? current : QString());
-}
-
-void TestSettingsStore::firstOriginalIsKeptForGood()
-{
-    launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-novid"_s);
-    launch::rememberOriginalLaunchOptions(*store, u"9"_s, u"-high"_s);
-    QCOMPARE(launch::originalLaunchOptions(*store, u"9"_s), u"-novid"_s);
-
-    // Kept by an earlier run, and even an empty one counts.
-    machine->write(machine->storePath(), "[original]\n11=-windowed\n12=\n");
-    store = std::make_unique<QSettings>(machine->storePath(), QSettings::IniFormat);
-    launch::rememberOriginalLaunchOptions(*store, u"11"_s, u"-high"_s);
-    launch::rememberOriginalLaunchOptions(*store, u"12"_s, u"-high"_s);
-    QCOMPARE(launch::originalLaunchOptions(*store, u"11"_s), u"-windowed"_s);
-    QCOMPARE(launch::originalLaunchOptions(*store, u"12"_s), u""_s);
-}
 
 QTEST_GUILESS_MAIN(TestSettingsStore)
 #include "test_settingsstore.moc"

@@ -11,18 +11,6 @@
 using steam::BraceSpan;
 using support::Text;
 
-class TestKeyValuesProperties : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void initTestCase() { support::preparePropertyCases(); }
-    void matchingBraceIsTheModels();
-    void appsSectionIsTheModels();
-    void appBlockInAnySpanIsTheModels();
-    void launchOptionsAreTheModels();
-};
-
 namespace
 {
 
@@ -83,68 +71,77 @@ std::string anyId()
 
 } // namespace
 
-void TestKeyValuesProperties::matchingBraceIsTheModels()
+class TestKeyValuesProperties : public QObject
 {
-    Seen seen;
-    QVERIFY(rc::check("matchingBrace equals the model from any start", [&seen] {
-        const std::string text = *anyFile();
-        const auto start = *rc::gen::inRange<qsizetype>(0, static_cast<qsizetype>(text.size()) + 3);
-        const std::size_t expected = model::matchingBrace(text, place(start));
-        seen.note(expected != model::nowhere, text);
-        RC_ASSERT(place(steam::matchingBrace(text, start)) == expected);
-    }));
-    QVERIFY(seen.enough());
-}
+    Q_OBJECT
 
-void TestKeyValuesProperties::appsSectionIsTheModels()
-{
-    Seen seen;
-    QVERIFY(rc::check("findAppsSection equals the model", [&seen] {
-        const std::string text = *anyFile();
-        const model::Block expected = model::findAppsSection(text);
-        seen.note(expected.open != model::nowhere, text);
-        RC_ASSERT(asBlock(steam::findAppsSection(text)) == expected);
-    }));
-    QVERIFY(seen.enough());
-}
-
-void TestKeyValuesProperties::appBlockInAnySpanIsTheModels()
-{
-    // In a section whose braces match, every block that opens also closes; so this takes any span.
-    Seen seen;
-    QVERIFY(
-        rc::check("findAppBlock equals the model in the section and between any positions", [&] {
-            const std::string text = *rc::gen::nonEmpty(anyFile());
-            const std::string appid = anyId();
-            const auto open = *rc::gen::inRange<std::size_t>(0, text.size());
-            const auto close = *rc::gen::inRange(open, text.size());
-            for (const model::Block apps :
-                 {model::Block{open, close}, model::findAppsSection(text)}) {
-                const model::Block expected = model::findAppBlock(text, apps, appid);
-                seen.note(expected.open != model::nowhere, text);
-                const BraceSpan span{static_cast<qsizetype>(apps.open),
-                                     static_cast<qsizetype>(apps.close)};
-                const BraceSpan found =
-                    steam::findAppBlock(text, span, QString::fromStdString(appid));
-                RC_ASSERT(asBlock(found) == expected);
-            }
+private Q_SLOTS:
+    void initTestCase() { support::preparePropertyCases(); }
+    void matchingBraceIsTheModels()
+    {
+        Seen seen;
+        QVERIFY(rc::check("matchingBrace equals the model from any start", [&seen] {
+            const std::string text = *anyFile();
+            const auto start =
+                *rc::gen::inRange<qsizetype>(0, static_cast<qsizetype>(text.size()) + 3);
+            const std::size_t expected = model::matchingBrace(text, place(start));
+            seen.note(expected != model::nowhere, text);
+            RC_ASSERT(place(steam::matchingBrace(text, start)) == expected);
         }));
-    QVERIFY(seen.enough());
-}
+        QVERIFY(seen.enough());
+    }
 
-void TestKeyValuesProperties::launchOptionsAreTheModels()
-{
-    Seen seen;
-    QVERIFY(rc::check("readLaunchOptions equals the model", [&seen] {
-        const std::string text = *anyFile();
-        const std::string appid = anyId();
-        const Text expected = model::readLaunchOptions(text, appid);
-        seen.note(!expected.empty(), text);
-        const QString options = steam::readLaunchOptions(text, QString::fromStdString(appid));
-        RC_ASSERT(options.toStdU16String() == expected);
-    }));
-    QVERIFY(seen.enough());
-}
+    void appsSectionIsTheModels()
+    {
+        Seen seen;
+        QVERIFY(rc::check("findAppsSection equals the model", [&seen] {
+            const std::string text = *anyFile();
+            const model::Block expected = model::findAppsSection(text);
+            seen.note(expected.open != model::nowhere, text);
+            RC_ASSERT(asBlock(steam::findAppsSection(text)) == expected);
+        }));
+        QVERIFY(seen.enough());
+    }
+
+    void appBlockInAnySpanIsTheModels()
+    {
+        // In a section whose braces match, every block that opens also closes; so this takes any
+        // span.
+        Seen seen;
+        QVERIFY(rc::check(
+            "findAppBlock equals the model in the section and between any positions", [&] {
+                const std::string text = *rc::gen::nonEmpty(anyFile());
+                const std::string appid = anyId();
+                const auto open = *rc::gen::inRange<std::size_t>(0, text.size());
+                const auto close = *rc::gen::inRange(open, text.size());
+                for (const model::Block apps :
+                     {model::Block{open, close}, model::findAppsSection(text)}) {
+                    const model::Block expected = model::findAppBlock(text, apps, appid);
+                    seen.note(expected.open != model::nowhere, text);
+                    const BraceSpan span{static_cast<qsizetype>(apps.open),
+                                         static_cast<qsizetype>(apps.close)};
+                    const BraceSpan found =
+                        steam::findAppBlock(text, span, QString::fromStdString(appid));
+                    RC_ASSERT(asBlock(found) == expected);
+                }
+            }));
+        QVERIFY(seen.enough());
+    }
+
+    void launchOptionsAreTheModels()
+    {
+        Seen seen;
+        QVERIFY(rc::check("readLaunchOptions equals the model", [&seen] {
+            const std::string text = *anyFile();
+            const std::string appid = anyId();
+            const Text expected = model::readLaunchOptions(text, appid);
+            seen.note(!expected.empty(), text);
+            const QString options = steam::readLaunchOptions(text, QString::fromStdString(appid));
+            RC_ASSERT(options.toStdU16String() == expected);
+        }));
+        QVERIFY(seen.enough());
+    }
+};
 
 QTEST_GUILESS_MAIN(TestKeyValuesProperties)
 #include "test_keyvalues_properties.moc"
