@@ -102,76 +102,6 @@ private Q_SLOTS:
                  u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
     }
 
-    void whatIsInsertedWhereNothingStood_data()
-    {
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QByteArray>("enabled");
-        QTest::addColumn<QByteArray>("disabled");
-        const QByteArray head = "\"S\"\n{\n\t\"apps\"\n\t{";
-        const QByteArray other =
-            "\n\t\t\"7\"\n\t\t{\n\t\t\t\"LastPlayed\"\t\t\"5\"\n\t\t}\n\t}\n}\n";
-        QTest::newRow("a block without the line")
-            << QByteArray(head + "\n\t\t\"100\"\n\t\t{\n\t\t\t\"LastPlayed\"\t\t\"9\"\n\t\t}" +
-                          other)
-            << QByteArray(head + "\n\t\t\"100\"\n\t\t{\n\t\t\t\"LaunchOptions\"\t\t\"" +
-                          defaultOptions.toUtf8() + "\"\n\t\t\t\"LastPlayed\"\t\t\"9\"\n\t\t}" +
-                          other)
-            << QByteArray(head +
-                          "\n\t\t\"100\"\n\t\t{\n\t\t\t\"LaunchOptions\"\t\t\"\"\n"
-                          "\t\t\t\"LastPlayed\"\t\t\"9\"\n\t\t}" +
-                          other);
-        QTest::newRow("no block")
-            << QByteArray(head + other)
-            << QByteArray(head + "\n\t\t\"100\"\n\t\t{\n\t\t\t\"LaunchOptions\"\t\t\"" +
-                          defaultOptions.toUtf8() + "\"\n\t\t}" + other)
-            << QByteArray(head + "\n\t\t\"100\"\n\t\t{\n\t\t\t\"LaunchOptions\"\t\t\"\"\n\t\t}" +
-                          other);
-    }
-    void whatIsInsertedWhereNothingStood()
-    {
-        QFETCH(const QByteArray, before);
-        const PlayersMachine machine;
-        machine.addGame(u"100"_s, u"Alpha"_s);
-        machine.writeLocalConfig(before);
-        WindowUser user;
-        const MessageBoxAnswers boxes({QMessageBox::No, QMessageBox::No});
-        user.toggle(u"Alpha"_s);
-        user.click(user.applyButton);
-        QTEST(machine.readLocalConfig(), "enabled");
-        user.toggle(u"Alpha"_s);
-        user.click(user.applyButton);
-        QTEST(machine.readLocalConfig(), "disabled");
-        // Empty options are never kept.
-        QVERIFY(!machine.storedValues().contains(u"original/100"_s));
-        QCOMPARE(boxes.shown(), QStringList(2, questionBox(restartQuestion)));
-    }
-
-    void ownOptionsAreKeptOnceAndForGood()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}});
-        WindowUser user;
-        const MessageBoxAnswers boxes(
-            {QMessageBox::No, QMessageBox::No, QMessageBox::No, QMessageBox::No});
-        user.toggle(u"Alpha"_s);
-        user.click(user.applyButton);
-        QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-first"_s);
-        // Another change: the program's own options are no original.
-        user.click(user.upscalingCheck);
-        user.click(user.applyButton);
-        QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-first"_s);
-        // The user changes the options in Steam meanwhile.
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-second"_s}});
-        user.click(user.refreshButton);
-        user.click(user.applyButton);
-        QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-first"_s);
-        user.toggle(u"Alpha"_s);
-        user.click(user.applyButton);
-        QVERIFY(machine.readLocalConfig().contains("\"LaunchOptions\"\t\t\"-first\"\n"));
-        QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-first"_s);
-        QCOMPARE(boxes.shown(), QStringList(4, questionBox(restartQuestion)));
-    }
-
     void whatAnotherWindowHasKeptMeanwhileStays()
     {
         const PlayersMachine machine;
@@ -187,25 +117,6 @@ private Q_SLOTS:
         QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-theirs"_s);
         QCOMPARE(machine.storedValues().value(u"original/200"_s), u"-second"_s);
         QCOMPARE(machine.readLocalConfig().count(defaultOptions.toUtf8()), 2);
-    }
-
-    void originalsSurviveARestartOfTheProgram()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}});
-        const QByteArray before = machine.readLocalConfig();
-        const MessageBoxAnswers boxes({QMessageBox::No, QMessageBox::No});
-        {
-            WindowUser user;
-            user.toggle(u"Alpha"_s);
-            user.click(user.applyButton);
-        }
-        WindowUser user;
-        QVERIFY(user.isTicked(u"Alpha"_s));
-        user.toggle(u"Alpha"_s);
-        QCOMPARE(user.previewLabel->text(), u"-first"_s);
-        user.click(user.applyButton);
-        QCOMPARE(machine.readLocalConfig(), before);
     }
 
     void settingsOfAllGamesAreStoredChangedOrNot()
@@ -241,35 +152,6 @@ private Q_SLOTS:
         QCOMPARE(machine.storedValues(), expected);
     }
 
-    void aGameThatIsNotPendingIsLeftAsItIsInTheFile_data()
-    {
-        QTest::addColumn<bool>("enabled");
-        QTest::newRow("enabled and applied") << true;
-        QTest::newRow("never enabled") << false;
-    }
-    void aGameThatIsNotPendingIsLeftAsItIsInTheFile()
-    {
-        QFETCH(const bool, enabled);
-        const PlayersMachine machine;
-        machine.installGames(
-            {{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s, u"-second"_s}});
-        WindowUser user;
-        const MessageBoxAnswers boxes({QMessageBox::No, QMessageBox::No});
-        if (enabled) {
-            user.toggle(u"Alpha"_s);
-            user.click(user.applyButton);
-        }
-        // Another program changes the file, and the user does not refresh.
-        const QByteArray before =
-            changed(machine.readLocalConfig(), enabled ? defaultOptions : u"-first"_s, u"-other"_s);
-        machine.writeLocalConfig(before);
-        user.toggle(u"Beta"_s);
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
-        user.click(user.applyButton);
-        QCOMPARE(machine.readLocalConfig(), changed(before, u"-second"_s, defaultOptions));
-    }
-
     void anAutomaticCapIsWrittenAsTheNumberOfThatMoment()
     {
         const PlayersMachine machine;
@@ -282,23 +164,6 @@ private Q_SLOTS:
         user.click(user.applyButton);
         QVERIFY(machine.readLocalConfig().contains(" -F fsr -r 108 -f "));
         QCOMPARE(machine.storedValues().value(u"config/100/caphz"_s), u"0"_s);
-    }
-
-    void aGameInTwoLibrariesIsWrittenOnceAndNoLongerPending()
-    {
-        PlayersMachine machine;
-        const QString second = machine.addLibrary(u"Games"_s);
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}});
-        machine.addGame(u"100"_s, u"Alpha"_s, second);
-        const QByteArray before = machine.readLocalConfig();
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::No});
-        user.click(user.applyButton);
-        QCOMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
-        QCOMPARE(machine.readLocalConfig(), changed(before, u"-first"_s, defaultOptions));
-        QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-first"_s);
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
     }
 };
 

@@ -66,25 +66,6 @@ private Q_SLOTS:
             machine.readLocalConfig().contains("\"LaunchOptions\"\t\t\"" + kept.toUtf8() + '"'));
     }
 
-    void anUntickedGamesTypedOptionsStay()
-    {
-        const PlayersMachine machine;
-        machine.installGames(
-            {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        user.toggle(u"Beta"_s);
-        machine.installGames(
-            {{u"100"_s, u"Alpha"_s, u"-typed"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
-        applyAll(user);
-        QVERIFY(machine.readLocalConfig().contains("\"-typed\""));
-        QVERIFY(!machine.readLocalConfig().contains("MARROWPULSE"));
-        QVERIFY(!machine.storedValues().contains(u"original/100"_s));
-        user.select(u"Alpha"_s);
-        QCOMPARE(user.previewLabel->text(), u"-typed"_s);
-        QVERIFY(user.item(u"Alpha"_s)->toolTip().endsWith(u"-typed"_s));
-    }
-
     void whatAnotherWindowKeptIsGivenBack_data()
     {
         QTest::addColumn<bool>("refreshed");

@@ -88,28 +88,6 @@ private Q_SLOTS:
         QVERIFY(!user.applyButton->isEnabled());
     }
 
-    void tickingAndUntickingAGameWithCustomOptionsCountsUpAndDown()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"gamemoderun %command%"_s},
-                              {u"200"_s, u"Beta"_s, u"-windowed"_s}});
-        WindowUser user;
-        QVERIFY(user.item(u"Alpha"_s)->toolTip().startsWith("Has custom launch options;"_L1));
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
-        user.toggle(u"Alpha"_s);
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
-        user.toggle(u"Beta"_s);
-        QCOMPARE(user.statusLabel->text(),
-                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
-        user.toggle(u"Alpha"_s);
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
-        user.toggle(u"Beta"_s);
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
-        QVERIFY(!user.applyButton->isEnabled());
-    }
-
     void enablingAndDisablingLeavesTheSettingsAlone()
     {
         const PlayersMachine machine;

@@ -12,7 +12,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <random>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -69,19 +68,123 @@ class TestMalformedTexts : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void writingIsSeenByTheWatch();
-    void cutAtEveryByte();
-    void oneByteRemoved();
-    void oneByteReplaced();
-    void unbalancedBraces();
-    void doubledSections();
-    void severalValues();
-    void deepNesting();
-    void linesShuffled();
-    void cleanupTestCase();
+    void writingIsSeenByTheWatch()
+    {
+        const QString path = folder.filePath(u"localconfig.vdf"_s);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(sample());
+        file.close();
+        QVERIFY(watch.sawAnything());
+        QVERIFY(!watch.sawAnything());
+        QVERIFY(steam::setLaunchOptions(path, appid, options, false, nullptr));
+        QVERIFY(watch.sawAnything());
+    }
+
+    void cutAtEveryByte()
+    {
+        const QByteArray whole = sample();
+        QVERIFY(whole.size() > 1000);
+        for (qsizetype length = 0; length <= whole.size(); ++length) {
+            judge(whole.first(length), u"cut to %1 bytes"_s.arg(length));
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    void oneByteRemoved()
+    {
+        const QByteArray whole = sample();
+        for (qsizetype at = 0; at < whole.size(); ++at) {
+            judge(QByteArray(whole).remove(at, 1), u"without byte %1"_s.arg(at));
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    void severalValues()
+    {
+        const QByteArrayList pieces{
+            "\"LaunchOptions\"\t\t\"-old\"\n",
+            "\"LaunchOptions\"\t\t\"-x \\\"a b\\\"\"\n", // goes on behind its second quote
+            "\"cloud\"\n{\n\"LaunchOptions\"\t\t\"-nested\"\n}\n",
+            "\"LaunchOptions\"\n",
+            "\"LastPlayed\"\t\t\"5\"\n",
+        };
+        QByteArrayList blocks = pieces; // then every row of two, three and four of them
+        for (qsizetype i = 0; blocks.size() < 5 + 25 + 125 + 625; ++i) {
+            for (const QByteArray &piece : pieces)
+                blocks.append(blocks[i] + piece);
+        }
+        for (const QByteArray &block : blocks) {
+            judge("\"apps\"\n{\n\"1002\"\n{\n" + block +
+                      "}\n\"1003\"\n{\n\"LaunchOptions\"\t\t\"-other\"\n}\n}\n",
+                  QString::fromLatin1(block));
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    void deepNesting()
+    {
+        const QByteArray value = "\"LaunchOptions\"\t\t\"-old\"\n";
+        for (int depth = 1; depth <= 100'000; depth *= 10) {
+            const QByteArray open = QByteArray("\"x\"{\n").repeated(depth);
+            const QByteArray close = QByteArray("}\n").repeated(depth);
+            const QByteArray app = "\"1002\"\n{\n" + value + "}\n";
+            judge("\"apps\"{\n" + open + app + close + "}\n", u"game below %1 blocks"_s.arg(depth));
+            judge(open + "\"apps\"{\n" + app + "}\n" + close, u"section in %1 blocks"_s.arg(depth));
+            judge("\"apps\"{\n\"1002\"{\n" + open + value + close + "}\n}\n",
+                  u"value below %1 blocks"_s.arg(depth));
+            judge("\"apps\"{\n" + open + app, u"%1 blocks that never close"_s.arg(depth));
+            if (QTest::currentTestFailed())
+                return;
+        }
+    }
+
+    void cleanupTestCase()
+    {
+        qInfo("%d texts refused, %d edited", tally.refused, tally.edited);
+        QVERIFY(tally.refused > 500);
+        QVERIFY(tally.edited > 500);
+    }
 
 private:
-    void judge(const QByteArray &text, const QString &what);
+    /// Edits a file with this text and looks at what happened: what the rules told a second time
+    /// say, and what can be seen without them.
+    void judge(const QByteArray &text, const QString &what)
+    {
+        const QString path = folder.filePath(u"localconfig.vdf"_s);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        file.close();
+
+        watch.sawAnything();
+        QString error;
+        const bool done = steam::setLaunchOptions(path, appid, options, false, &error);
+        const bool touched = watch.sawAnything();
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray after = file.readAll();
+        file.close();
+
+        const model::Edited told =
+            model::edit(text.toStdString(), {{appid.toStdString(), options.toStdU16String()}});
+        QVERIFY2(done == told.refusals.empty(), qPrintable(what));
+        QVERIFY2(after.toStdString() == told.text, qPrintable(what));
+        if (done) {
+            ++tally.edited;
+            QVERIFY2(
+                fault::isOnlyTheValueChanged(text, after, appid.toLatin1(), options.toLatin1()),
+                qPrintable(what));
+            QCOMPARE(steam::readLaunchOptions(after, appid), options);
+        } else {
+            ++tally.refused;
+            QVERIFY2(!touched, qPrintable(what));
+            QVERIFY2(after == text, qPrintable(what));
+            QVERIFY2(!error.isEmpty(), qPrintable(what));
+        }
+    }
 
     Tally tally;
     // In memory where that can be had: thousands of files need no disk to be synced.
@@ -89,188 +192,6 @@ private:
                                                       : QDir::temp().filePath(u"XXXXXX"_s)};
     Watch watch{folder.path()};
 };
-
-/// Edits a file with this text and looks at what happened: what the rules told a second time say,
-/// and what can be seen without them.
-void TestMalformedTexts::judge(const QByteArray &text, const QString &what)
-{
-    const QString path = folder.filePath(u"localconfig.vdf"_s);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(text);
-    file.close();
-
-    watch.sawAnything();
-    QString error;
-    const bool done = steam::setLaunchOptions(path, appid, options, false, &error);
-    const bool touched = watch.sawAnything();
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray after = file.readAll();
-    file.close();
-
-    const model::Edited told =
-        model::edit(text.toStdString(), {{appid.toStdString(), options.toStdU16String()}});
-    QVERIFY2(done == told.refusals.empty(), qPrintable(what));
-    QVERIFY2(after.toStdString() == told.text, qPrintable(what));
-    if (done) {
-        ++tally.edited;
-        QVERIFY2(fault::isOnlyTheValueChanged(text, after, appid.toLatin1(), options.toLatin1()),
-                 qPrintable(what));
-        QCOMPARE(steam::readLaunchOptions(after, appid), options);
-    } else {
-        ++tally.refused;
-        QVERIFY2(!touched, qPrintable(what));
-        QVERIFY2(after == text, qPrintable(what));
-        QVERIFY2(!error.isEmpty(), qPrintable(what));
-    }
-}
-
-void TestMalformedTexts::writingIsSeenByTheWatch()
-{
-    const QString path = folder.filePath(u"localconfig.vdf"_s);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(sample());
-    file.close();
-    QVERIFY(watch.sawAnything());
-    QVERIFY(!watch.sawAnything());
-    QVERIFY(steam::setLaunchOptions(path, appid, options, false, nullptr));
-    QVERIFY(watch.sawAnything());
-}
-
-void TestMalformedTexts::cutAtEveryByte()
-{
-    const QByteArray whole = sample();
-    QVERIFY(whole.size() > 1000);
-    for (qsizetype length = 0; length <= whole.size(); ++length) {
-        judge(whole.first(length), u"cut to %1 bytes"_s.arg(length));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void TestMalformedTexts::oneByteRemoved()
-{
-    const QByteArray whole = sample();
-    for (qsizetype at = 0; at < whole.size(); ++at) {
-        judge(QByteArray(whole).remove(at, 1), u"without byte %1"_s.arg(at));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void TestMalformedTexts::oneByteReplaced()
-{
-    const QByteArray whole = sample();
-    std::mt19937 random(20240607);
-    const QByteArray bytes("\"\\{}\n\r\t \0\xff\xc3\xe2", 12);
-    for (int i = 0; i < 1000; ++i) {
-        const auto at = static_cast<qsizetype>(random() % unsigned(whole.size()));
-        const char byte = bytes[static_cast<qsizetype>(random() % unsigned(bytes.size()))];
-        judge(QByteArray(whole).replace(at, 1, QByteArray(1, byte)),
-              u"byte %1 as %2"_s.arg(at).arg(int(byte)));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void TestMalformedTexts::unbalancedBraces()
-{
-    const QByteArray whole = sample();
-    std::mt19937 random(20240608);
-    for (int i = 0; i < 500; ++i) {
-        QByteArray text = whole;
-        for (unsigned n = 1 + random() % 4; n > 0; --n)
-            text.insert(static_cast<qsizetype>(random() % unsigned(text.size())),
-                        random() % 2 ? '{' : '}');
-        judge(text, u"more braces, %1"_s.arg(i));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void TestMalformedTexts::doubledSections()
-{
-    const QByteArray whole = sample();
-    const qsizetype apps = whole.indexOf("\"apps\"");
-    const qsizetype block = whole.indexOf("\"1002\"");
-    const qsizetype value = whole.indexOf("\"LaunchOptions\"", block);
-    for (int copies = 1; copies <= 8; ++copies) {
-        for (const qsizetype from : {apps, block, value}) {
-            for (const qsizetype to : {apps, block, value}) {
-                QByteArray text = whole;
-                for (int i = 0; i < copies; ++i)
-                    text.insert(to, whole.mid(from, 40 * copies));
-                judge(text, u"%1 copies of %2 at %3"_s.arg(copies).arg(from).arg(to));
-                judge(text + whole, u"... and the whole again"_s);
-                if (QTest::currentTestFailed())
-                    return;
-            }
-        }
-    }
-}
-
-void TestMalformedTexts::severalValues()
-{
-    const QByteArrayList pieces{
-        "\"LaunchOptions\"\t\t\"-old\"\n",
-        "\"LaunchOptions\"\t\t\"-x \\\"a b\\\"\"\n", // goes on behind its second quote
-        "\"cloud\"\n{\n\"LaunchOptions\"\t\t\"-nested\"\n}\n",
-        "\"LaunchOptions\"\n",
-        "\"LastPlayed\"\t\t\"5\"\n",
-    };
-    QByteArrayList blocks = pieces; // then every row of two, three and four of them
-    for (qsizetype i = 0; blocks.size() < 5 + 25 + 125 + 625; ++i) {
-        for (const QByteArray &piece : pieces)
-            blocks.append(blocks[i] + piece);
-    }
-    for (const QByteArray &block : blocks) {
-        judge("\"apps\"\n{\n\"1002\"\n{\n" + block +
-                  "}\n\"1003\"\n{\n\"LaunchOptions\"\t\t\"-other\"\n}\n}\n",
-              QString::fromLatin1(block));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void TestMalformedTexts::deepNesting()
-{
-    const QByteArray value = "\"LaunchOptions\"\t\t\"-old\"\n";
-    for (int depth = 1; depth <= 100'000; depth *= 10) {
-        const QByteArray open = QByteArray("\"x\"{\n").repeated(depth);
-        const QByteArray close = QByteArray("}\n").repeated(depth);
-        const QByteArray app = "\"1002\"\n{\n" + value + "}\n";
-        judge("\"apps\"{\n" + open + app + close + "}\n", u"game below %1 blocks"_s.arg(depth));
-        judge(open + "\"apps\"{\n" + app + "}\n" + close, u"section in %1 blocks"_s.arg(depth));
-        judge("\"apps\"{\n\"1002\"{\n" + open + value + close + "}\n}\n",
-              u"value below %1 blocks"_s.arg(depth));
-        judge("\"apps\"{\n" + open + app, u"%1 blocks that never close"_s.arg(depth));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void TestMalformedTexts::linesShuffled()
-{
-    QList<QByteArray> lines = sample().split('\n');
-    std::mt19937 random(20240609);
-    for (int i = 0; i < 500; ++i) {
-        const auto last = static_cast<unsigned>(lines.size());
-        for (int n = 0; n < 3; ++n)
-            lines.swapItemsAt(static_cast<qsizetype>(random() % last),
-                              static_cast<qsizetype>(random() % last));
-        judge(lines.join('\n'), u"shuffled, %1"_s.arg(i));
-        if (QTest::currentTestFailed())
-            return;
-    }
-}
-
-void TestMalformedTexts::cleanupTestCase()
-{
-    qInfo("%d texts refused, %d edited", tally.refused, tally.edited);
-    QVERIFY(tally.refused > 500);
-    QVERIFY(tally.edited > 500);
-}
 
 QTEST_GUILESS_MAIN(TestMalformedTexts)
 #include "test_malformed_texts.moc"
