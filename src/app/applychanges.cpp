@@ -14,9 +14,9 @@ using steam::LaunchOptionsChange;
 namespace
 {
 
-/// The staged changes that are to be made, each game's once. What becomes of the others is put into
-/// `applied`. A ticked game is to get launch options of the program's own; any other one is to get
-/// what was kept for it when the changes were staged.
+/// The staged changes to make, one per game. The results of the others are put into `applied`. A
+/// game is ticked if its new launch options are the program's own; an unticked one gets the options
+/// that were saved for it when the changes were staged.
 QList<LaunchOptionsChange> changesToMake(const QList<LaunchOptionsChange> &staged,
                                          const steam::AppsSection &file, const QSettings *kept,
                                          const QString &cannotKeep, AppliedChanges &applied)
@@ -48,9 +48,9 @@ bool dropFailed(QList<LaunchOptionsChange> &changes, const AppliedChanges &appli
     }) > 0;
 }
 
-/// Keeps the launch options of the user's own that are about to be replaced, unless some are kept
-/// for the game already, and saves all settings along with them. Returns the app ids of those games
-/// whose options are not on the disk afterwards.
+/// Saves all settings, and the user's own launch options that are about to be replaced, unless some
+/// are saved for the game already. Returns the app ids of games whose options are not on the disk
+/// afterwards.
 QStringList keepOriginals(const QList<LaunchOptionsChange> &changes, const steam::AppsSection &file,
                           launch::StoreEdit &store,
                           const QMap<QString, launch::GameSettings> &records)
@@ -93,7 +93,7 @@ AppliedChanges applyChanges(const QString &vdf, const QList<LaunchOptionsChange>
     const QString cannotKeep = steam::noBackupMessage(store.fileName());
     QList<LaunchOptionsChange> changes =
         changesToMake(staged, section, storeEdit.content(), cannotKeep, applied);
-    const auto edit = [&] { // what is refused is no change to make any more
+    const auto edit = [&] { // and leaves out the refused changes
         const steam::EditedText edited = steam::editLaunchOptions(file->bytes, changes);
         applied.failures.insert(edited.refusals);
         dropFailed(changes, applied);

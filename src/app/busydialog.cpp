@@ -12,8 +12,8 @@ BusyDialog::BusyDialog(const QString &text, QWidget *window)
 {
     setWindowModality(Qt::WindowModal);
     show();
-    // A window appears when the display server says so. The caller blocks the event loop for half
-    // a second at a time, so that is waited for here; not for long, should the server be slow.
+    // The display server shows a window some time later. The caller will block the event loop for
+    // half a second at a time, so wait here until the window is painted, but not long.
     const QDeadlineTimer patience(400);
     while (!windowHandle()->isExposed() && !patience.hasExpired()) {
         QCoreApplication::processEvents();

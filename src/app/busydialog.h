@@ -3,8 +3,8 @@
 
 #include <QProgressDialog>
 
-/// A busy indicator that the user can neither cancel nor close: it blocks its window until it is
-/// destroyed. Shown, and painted, when the constructor returns.
+/// A busy indicator that the user can neither cancel nor close. It is visible and painted when the
+/// constructor returns, and blocks its window until it is destroyed.
 class BusyDialog : public QProgressDialog
 {
     Q_OBJECT
@@ -12,7 +12,7 @@ class BusyDialog : public QProgressDialog
 public:
     BusyDialog(const QString &text, QWidget *window);
 
-    /// What Esc would do.
+    /// Called for Esc; does nothing.
     void reject() override {}
 
 protected:

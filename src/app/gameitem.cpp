@@ -12,10 +12,10 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// "jpeg" or "png", by the first bytes and not by the name: other formats of the toolkit open files
-/// that they name, or run for ever. Empty for them, and for a picture that takes far more time or
-/// memory than its size in pixels tells: each scan of a JPEG is a way through all of its pixels,
-/// and each compressed text of a PNG can be 8 MB long. Encoders write some ten scans and one text.
+/// "jpeg" or "png", by the first bytes and not by the name; empty for any other format, since some
+/// of Qt's formats open further files or never end. Empty also for a picture that would take far
+/// more time or memory than its size suggests: each scan of a JPEG goes through all of its pixels,
+/// and each compressed text in a PNG can be 8 MB long. Encoders write some ten scans, and one text.
 QByteArray formatOf(const QByteArray &bytes)
 {
     if (bytes.startsWith("\xff\xd8\xff") && bytes.count("\xff\xda") <= 50)
@@ -25,9 +25,9 @@ QByteArray formatOf(const QByteArray &bytes)
     return {};
 }
 
-/// The picture as it fills a box of that size in points, with its shape kept, on a screen of
-/// `scale` pixels a point. None when the file is no picture that is worth reading: Steam's largest
-/// have 3,840 x 1,240 pixels.
+/// The picture, scaled to fit into `box` (in points) on a screen with `scale` pixels per point; the
+/// ratio of its sides stays. None if the file is not a picture or too large: Steam's largest have
+/// 3,840 x 1,240 pixels.
 QPixmap readPicture(const QString &path, QSize box, qreal scale)
 {
     constexpr qsizetype mostBytes = 8 * 1024 * 1024;
@@ -66,7 +66,7 @@ QVariant GameItem::data(int role) const
         readScale = scale;
         const QPixmap picture = readPicture(picturePath, list->iconSize(), scale);
         icon = QIcon();
-        // Selected rows show it in its own colours, too.
+        // Without this, Qt would tint the picture of a selected row.
         for (const QIcon::Mode mode : {QIcon::Normal, QIcon::Selected})
             icon.addPixmap(picture, mode);
     }

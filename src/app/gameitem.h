@@ -4,21 +4,21 @@
 #include <QIcon>
 #include <QListWidgetItem>
 
-/// A row of the game list. Its picture is read when the row comes into view, since a large library
-/// has a thousand of them, and at the size it is shown in, since some are as large as a screen. A
-/// file that is no picture leaves the row without one.
+/// A row of the game list. It reads its picture when it comes into view, because a large library
+/// has a thousand, and scales it while reading, because some are as large as a screen. If the file
+/// is not a picture, the row has none.
 class GameItem : public QListWidgetItem
 {
 public:
-    /// Role of our own: whether the game has a pending change (bool).
+    /// Role of this program: true if the game has a pending change (bool).
     static constexpr int PendingRole = Qt::UserRole + 1;
 
-    /// `picture` is the path of the picture's file; empty without one.
+    /// `picture` is the path of the picture's file, or empty.
     GameItem(const QString &name, const QString &picture);
     QVariant data(int role) const override;
 
 private:
     QString picturePath;
     mutable QIcon icon;
-    mutable qreal readScale = 0; ///< pixels a point, for which the picture was read; 0 for not yet
+    mutable qreal readScale = 0; ///< pixels per point when the picture was read; 0 before
 };

@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// The icon for where no icon theme has it: the program runs without being installed.
+/// The icon if no icon theme has it, as when the program is not installed.
 QIcon builtInIcon()
 {
     QIcon icon;

@@ -17,8 +17,8 @@
 using namespace Qt::StringLiterals;
 using steam::LaunchOptionsChange;
 
-// Carrying the pending changes into Steam's file. The changes are staged once, from the last scan,
-// before Steam is closed.
+// Writes the pending changes to Steam's file. They are staged once, from the last scan, before
+// Steam is closed.
 
 namespace
 {
@@ -38,7 +38,7 @@ void MainWindow::apply()
         warn(this, u"Could not find Steam's localconfig.vdf."_s);
         return;
     }
-    store.sync(); // what another window of the program has kept meanwhile counts, too
+    store.sync(); // another window of the program may have saved options
     const QList<LaunchOptionsChange> changes = stageChanges();
     if (changes.isEmpty())
         return;
@@ -58,7 +58,7 @@ void MainWindow::apply()
         warn(this, u"Could not write a backup of Steam's config; nothing was changed."_s);
         return;
     }
-    updatePendingStatus(); // what is seen behind the boxes is true
+    updatePendingStatus(); // the window is visible behind the boxes
     if (!failures.isEmpty())
         warn(this, "Some changes failed:\n"_L1 + failures.join(u'\n'));
     if (ask(this, u"Changes applied. Restart Steam now?"_s))
@@ -77,7 +77,7 @@ QList<LaunchOptionsChange> MainWindow::stageChanges() const
     return changes;
 }
 
-/// Asks for consent, sends Steam the request and waits for it. False when nothing may be written.
+/// Asks the user, closes Steam and waits until it has exited. False if nothing may be written.
 bool MainWindow::closeSteam()
 {
     if (!ask(
@@ -94,7 +94,7 @@ bool MainWindow::closeSteam()
     return exited;
 }
 
-/// Notes what Steam's file holds now, and returns a line for each staged change that failed.
+/// Updates the games to what Steam's file holds now; returns a line for each change that failed.
 QStringList MainWindow::takeOver(const QList<LaunchOptionsChange> &staged,
                                  const AppliedChanges &applied)
 {
@@ -108,7 +108,7 @@ QStringList MainWindow::takeOver(const QList<LaunchOptionsChange> &staged,
     return lines;
 }
 
-/// Lets the window be painted and answer the window manager; it takes no input meanwhile.
+/// Repaints the window and answers the window manager, but takes no input.
 void MainWindow::letRepaint()
 {
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
