@@ -42,8 +42,8 @@ private Q_SLOTS:
         firstOptions.clear();
         user.emplace();
         scanned = held();
-        for (int steps = 0; steps < 60 && !QTest::currentTestFailed(); ++steps) {
-            step(pick(15));
+        for (int steps = 0; steps < 100 && !QTest::currentTestFailed(); ++steps) {
+            step(pick(16));
             check();
         }
         for (int row = 0; row < rows(); ++row)
@@ -111,19 +111,19 @@ private:
         });
         if (kind == 0)
             WindowUser::click(user->framegenCheck); // in vain while the game is not ticked
-        else if (kind < 4)
+        else if (kind == 1)
             WindowUser::click(user->advancedButton);
-        else if (kind == 4)
+        else if (kind == 2)
             WindowUser::choose(user->renderGpuCombo, pick(2));
-        else if (kind == 5 && change(appid(pick(rows())), pick(2) ? u"-typed"_s : defaultOptions))
+        else if (kind < 6 && change(appid(pick(rows())), pick(3) ? u"-typed"_s : defaultOptions))
             machine->writeLocalConfig(file);
         else if (kind == 6)
             restart();
         else if (kind == 7)
             refresh();
-        else if (kind < 10)
-            apply(pick(3) == 0);
-        else if (kind == 10 && user->outputResCombo->isEnabled())
+        else if (kind < 11)
+            apply(pick(4) == 0);
+        else if (kind == 11 && user->outputResCombo->isEnabled())
             WindowUser::choose(user->outputResCombo, pick(5));
         else
             user->toggleRow(pick(rows()));
