@@ -18,41 +18,6 @@ using base::Replaced;
 using support::FileSizeLimit;
 using support::ScratchFile;
 
-class TestDurableFile : public QObject
-{
-    Q_OBJECT
-
-private Q_SLOTS:
-    void replacesTheContent_data();
-    void replacesTheContent();
-    void makesAFileThatIsNotThereYet();
-    void keepsTheMode_data();
-    void keepsTheMode();
-    void keepsOwnerGroupAndMode();
-    void keepsLinks_data();
-    void keepsLinks();
-    void cannotOpenWhereALinksFolderIsMissing();
-    void cannotOpenWithoutTheFolder();
-    void cannotOpenAFolder();
-    void cannotOpenWhatCannotBeLookedAt_data();
-    void cannotOpenWhatCannotBeLookedAt();
-    void replacesTheExpectedVersion();
-    void replacesNoOtherVersion();
-    void aFullDiskFailsTheCommit_data();
-    void aFullDiskFailsTheCommit();
-
-    void copiesEveryByte_data();
-    void copiesEveryByte();
-    void neverCopiesOverAFile();
-    void copiesNothingWithoutAFile();
-    void copiesNoFolder();
-    void leavesNoPartOfACopy();
-    void aCopyKeepsOwnerGroupAndMode();
-
-    void worksWithoutAStandardInput();
-    void keepsNoDescriptorOpen();
-};
-
 namespace
 {
 
@@ -93,273 +58,268 @@ void giveAway(const QString &path)
 
 } // namespace
 
-void TestDurableFile::replacesTheContent_data()
+class TestDurableFile : public QObject
 {
-    addContents();
-}
+    Q_OBJECT
 
-void TestDurableFile::replacesTheContent()
-{
-    QFETCH(QByteArray, content);
-    const ScratchFile file("the old content");
-    QCOMPARE(base::replaceFile(file.path(), content), Replaced::Yes);
-    QVERIFY(file.read() == content);
-    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-}
-
-void TestDurableFile::makesAFileThatIsNotThereYet()
-{
-    const ScratchFile file("old");
-    QCOMPARE(base::replaceFile(file.beside(u"new"_s), "new"), Replaced::Yes);
-    QCOMPARE(ScratchFile::readFrom(file.beside(u"new"_s)), QByteArray("new"));
-    QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"new"_s}));
-}
-
-void TestDurableFile::keepsTheMode_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::newRow("0600") << 0600;
-    QTest::newRow("0644") << 0644;
-    QTest::newRow("0664") << 0664;
-    QTest::newRow("0755") << 0755;
-}
-
-void TestDurableFile::keepsTheMode()
-{
-    QFETCH(int, mode);
-    const ScratchFile file("old");
-    ScratchFile::setMode(file.path(), static_cast<unsigned>(mode));
-    QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
-    QCOMPARE(ScratchFile::mode(file.path()), mode);
-}
-
-void TestDurableFile::keepsOwnerGroupAndMode()
-{
-    const ScratchFile file("old");
-    giveAway(file.path());
-    QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
-    const struct stat now = look(file.path());
-    QCOMPARE(now.st_uid, otherOwner());
-    QCOMPARE(now.st_gid, otherGroup());
-    QCOMPARE(now.st_mode & 07777, otherMode());
-}
-
-void TestDurableFile::keepsLinks_data()
-{
-    QTest::addColumn<QString>("link");
-    QTest::addColumn<bool>("leadsToAFile"); // else nowhere: it is made there
-    for (const bool leadsToAFile : {true, false}) {
-        const auto row = [leadsToAFile](const char *name, const QString &link) {
-            QTest::addRow("%s, %s", name, leadsToAFile ? "to a file" : "to nothing yet")
-                << link << leadsToAFile;
-        };
-        row("a link", u"link"_s);
-        row("a link to a link", u"outer"_s);
-        row("a link in another folder", u"sub/link"_s);
-        row("a link with a whole path", u"absolute"_s);
-        row("a link in a linked folder", u"linked/link"_s);
+private Q_SLOTS:
+    void replacesTheContent_data() { addContents(); }
+    void replacesTheContent()
+    {
+        QFETCH(QByteArray, content);
+        const ScratchFile file("the old content");
+        QCOMPARE(base::replaceFile(file.path(), content), Replaced::Yes);
+        QVERIFY(file.read() == content);
+        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
-}
 
-void TestDurableFile::keepsLinks()
-{
-    QFETCH(const QString, link);
-    QFETCH(const bool, leadsToAFile);
-    const ScratchFile file("old");
-    if (!leadsToAFile)
+    void makesAFileThatIsNotThereYet()
+    {
+        const ScratchFile file("old");
+        QCOMPARE(base::replaceFile(file.beside(u"new"_s), "new"), Replaced::Yes);
+        QCOMPARE(ScratchFile::readFrom(file.beside(u"new"_s)), QByteArray("new"));
+        QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"new"_s}));
+    }
+
+    void keepsTheMode_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::newRow("0600") << 0600;
+        QTest::newRow("0644") << 0644;
+        QTest::newRow("0664") << 0664;
+        QTest::newRow("0755") << 0755;
+    }
+    void keepsTheMode()
+    {
+        QFETCH(int, mode);
+        const ScratchFile file("old");
+        ScratchFile::setMode(file.path(), static_cast<unsigned>(mode));
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+        QCOMPARE(ScratchFile::mode(file.path()), mode);
+    }
+
+    void keepsOwnerGroupAndMode()
+    {
+        const ScratchFile file("old");
+        giveAway(file.path());
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+        const struct stat now = look(file.path());
+        QCOMPARE(now.st_uid, otherOwner());
+        QCOMPARE(now.st_gid, otherGroup());
+        QCOMPARE(now.st_mode & 07777, otherMode());
+    }
+
+    void keepsLinks_data()
+    {
+        QTest::addColumn<QString>("link");
+        QTest::addColumn<bool>("leadsToAFile"); // else nowhere: it is made there
+        for (const bool leadsToAFile : {true, false}) {
+            const auto row = [leadsToAFile](const char *name, const QString &link) {
+                QTest::addRow("%s, %s", name, leadsToAFile ? "to a file" : "to nothing yet")
+                    << link << leadsToAFile;
+            };
+            row("a link", u"link"_s);
+            row("a link to a link", u"outer"_s);
+            row("a link in another folder", u"sub/link"_s);
+            row("a link with a whole path", u"absolute"_s);
+            row("a link in a linked folder", u"linked/link"_s);
+        }
+    }
+    void keepsLinks()
+    {
+        QFETCH(const QString, link);
+        QFETCH(const bool, leadsToAFile);
+        const ScratchFile file("old");
+        if (!leadsToAFile)
+            QVERIFY(QFile::remove(file.path()));
+        QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
+        QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
+        QVERIFY(QFile::link(u"link"_s, file.beside(u"outer"_s)));
+        QVERIFY(QFile::link(u"../localconfig.vdf"_s, file.beside(u"sub/link"_s)));
+        QVERIFY(QFile::link(file.path(), file.beside(u"absolute"_s)));
+        QVERIFY(QFile::link(u"sub"_s, file.beside(u"linked"_s)));
+        QCOMPARE(base::replaceFile(file.beside(link), "new"), Replaced::Yes);
+        for (const QString &name :
+             {u"link"_s, u"outer"_s, u"sub/link"_s, u"absolute"_s, u"linked"_s})
+            QVERIFY2(QFileInfo(file.beside(name)).isSymLink(), qPrintable(name));
+        QVERIFY(!QFileInfo(file.path()).isSymLink());
+        QCOMPARE(file.read(), QByteArray("new"));
+        QCOMPARE(file.listing(), (QStringList{u"absolute"_s, u"link"_s, u"linked"_s,
+                                              u"localconfig.vdf"_s, u"outer"_s, u"sub"_s}));
+    }
+
+    void cannotOpenWhereALinksFolderIsMissing()
+    {
+        const ScratchFile file("old");
+        const QString link = file.beside(u"link"_s);
+        QVERIFY(QFile::link(u"missing/file"_s, link));
+        QCOMPARE(base::replaceFile(link, "new"), Replaced::CannotOpen);
+        QVERIFY(QFileInfo(link).isSymLink());
+        QCOMPARE(file.listing(), (QStringList{u"link"_s, u"localconfig.vdf"_s}));
+    }
+
+    void cannotOpenWithoutTheFolder()
+    {
+        const ScratchFile file("old");
+        QCOMPARE(base::replaceFile(file.beside(u"missing/file"_s), "new"), Replaced::CannotOpen);
+        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+    }
+
+    void cannotOpenAFolder()
+    {
+        const ScratchFile file("old");
+        QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
+        QCOMPARE(base::replaceFile(file.beside(u"sub"_s), "new"), Replaced::CannotOpen);
+        QVERIFY(QFileInfo(file.beside(u"sub"_s)).isDir());
+        QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"sub"_s}));
+    }
+
+    void cannotOpenWhatCannotBeLookedAt_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("a link to itself") << u"circle"_s;
+        QTest::newRow("below a file") << u"localconfig.vdf/file"_s;
+        QTest::newRow("a name that is too long") << QString(300, u'x');
+    }
+    void cannotOpenWhatCannotBeLookedAt()
+    {
+        QFETCH(const QString, name);
+        const ScratchFile file("old");
+        QVERIFY(QFile::link(u"circle"_s, file.beside(u"circle"_s)));
+        QCOMPARE(base::replaceFile(file.beside(name), "new"), Replaced::CannotOpen);
+        QCOMPARE(file.read(), QByteArray("old"));
+        QCOMPARE(file.listing(), (QStringList{u"circle"_s, u"localconfig.vdf"_s}));
+    }
+
+    void replacesTheExpectedVersion()
+    {
+        const ScratchFile file("old");
+        QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
+        for (const QString &path : {file.path(), file.beside(u"link"_s)}) {
+            QCOMPARE(base::replaceFile(path, "new", base::fileVersion(path)), Replaced::Yes);
+            QCOMPARE(file.read(), QByteArray("new"));
+        }
+    }
+
+    void replacesNoOtherVersion()
+    {
+        const ScratchFile file("old");
+        const std::optional<base::FileVersion> read = base::fileVersion(file.path());
+        file.write("somebody's");
+        QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CommitFailed);
+        QCOMPARE(file.read(), QByteArray("somebody's"));
+        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+
         QVERIFY(QFile::remove(file.path()));
-    QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
-    QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
-    QVERIFY(QFile::link(u"link"_s, file.beside(u"outer"_s)));
-    QVERIFY(QFile::link(u"../localconfig.vdf"_s, file.beside(u"sub/link"_s)));
-    QVERIFY(QFile::link(file.path(), file.beside(u"absolute"_s)));
-    QVERIFY(QFile::link(u"sub"_s, file.beside(u"linked"_s)));
-    QCOMPARE(base::replaceFile(file.beside(link), "new"), Replaced::Yes);
-    for (const QString &name : {u"link"_s, u"outer"_s, u"sub/link"_s, u"absolute"_s, u"linked"_s})
-        QVERIFY2(QFileInfo(file.beside(name)).isSymLink(), qPrintable(name));
-    QVERIFY(!QFileInfo(file.path()).isSymLink());
-    QCOMPARE(file.read(), QByteArray("new"));
-    QCOMPARE(file.listing(), (QStringList{u"absolute"_s, u"link"_s, u"linked"_s,
-                                          u"localconfig.vdf"_s, u"outer"_s, u"sub"_s}));
-}
+        QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CommitFailed);
+        QCOMPARE(file.listing(), QStringList());
+    }
 
-void TestDurableFile::cannotOpenWhereALinksFolderIsMissing()
-{
-    const ScratchFile file("old");
-    const QString link = file.beside(u"link"_s);
-    QVERIFY(QFile::link(u"missing/file"_s, link));
-    QCOMPARE(base::replaceFile(link, "new"), Replaced::CannotOpen);
-    QVERIFY(QFileInfo(link).isSymLink());
-    QCOMPARE(file.listing(), (QStringList{u"link"_s, u"localconfig.vdf"_s}));
-}
+    void aFullDiskFailsTheCommit_data()
+    {
+        QTest::addColumn<int>("room");
+        QTest::addColumn<int>("size");
+        QTest::newRow("no room at all") << 0 << 100;
+        QTest::newRow("one byte short") << 99 << 100;
+        QTest::newRow("one byte short of a full buffer") << 16383 << 16384;
+        QTest::newRow("one byte more than a buffer") << 16384 << 16385;
+        QTest::newRow("in the middle of much") << 1'000'000 << 3'000'000;
+    }
+    void aFullDiskFailsTheCommit()
+    {
+        QFETCH(int, room);
+        QFETCH(int, size);
+        const ScratchFile file("the old content");
+        Replaced result = Replaced::Yes;
+        {
+            const FileSizeLimit limit(static_cast<rlim_t>(room));
+            result = base::replaceFile(file.path(), QByteArray(size, 'x'));
+        }
+        QCOMPARE(result, Replaced::CommitFailed);
+        QCOMPARE(file.read(), QByteArray("the old content"));
+        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+    }
 
-void TestDurableFile::cannotOpenWithoutTheFolder()
-{
-    const ScratchFile file("old");
-    QCOMPARE(base::replaceFile(file.beside(u"missing/file"_s), "new"), Replaced::CannotOpen);
-    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-}
+    void copiesEveryByte_data() { addContents(); }
+    void copiesEveryByte()
+    {
+        QFETCH(QByteArray, content);
+        const ScratchFile file(content);
+        QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
+        QVERIFY(ScratchFile::readFrom(file.beside(u"the copy"_s)) == content);
+        QVERIFY(file.read() == content);
+        QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"the copy"_s}));
+    }
 
-void TestDurableFile::cannotOpenAFolder()
-{
-    const ScratchFile file("old");
-    QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
-    QCOMPARE(base::replaceFile(file.beside(u"sub"_s), "new"), Replaced::CannotOpen);
-    QVERIFY(QFileInfo(file.beside(u"sub"_s)).isDir());
-    QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"sub"_s}));
-}
+    void neverCopiesOverAFile()
+    {
+        const ScratchFile file("original");
+        ScratchFile::writeTo(file.beside(u"taken"_s), "someone's");
+        QVERIFY(!base::copyFile(file.path(), file.beside(u"taken"_s)));
+        QCOMPARE(ScratchFile::readFrom(file.beside(u"taken"_s)), QByteArray("someone's"));
+    }
 
-void TestDurableFile::cannotOpenWhatCannotBeLookedAt_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("a link to itself") << u"circle"_s;
-    QTest::newRow("below a file") << u"localconfig.vdf/file"_s;
-    QTest::newRow("a name that is too long") << QString(300, u'x');
-}
+    void copiesNothingWithoutAFile()
+    {
+        const ScratchFile file("original");
+        QVERIFY(!base::copyFile(file.beside(u"missing"_s), file.beside(u"the copy"_s)));
+        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+    }
 
-void TestDurableFile::cannotOpenWhatCannotBeLookedAt()
-{
-    QFETCH(const QString, name);
-    const ScratchFile file("old");
-    QVERIFY(QFile::link(u"circle"_s, file.beside(u"circle"_s)));
-    QCOMPARE(base::replaceFile(file.beside(name), "new"), Replaced::CannotOpen);
-    QCOMPARE(file.read(), QByteArray("old"));
-    QCOMPARE(file.listing(), (QStringList{u"circle"_s, u"localconfig.vdf"_s}));
-}
+    void copiesNoFolder()
+    {
+        const ScratchFile file("original");
+        QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
+        QVERIFY(!base::copyFile(file.beside(u"sub"_s), file.beside(u"the copy"_s)));
+        QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"sub"_s}));
+    }
 
-void TestDurableFile::replacesTheExpectedVersion()
-{
-    const ScratchFile file("old");
-    QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
-    for (const QString &path : {file.path(), file.beside(u"link"_s)}) {
-        QCOMPARE(base::replaceFile(path, "new", base::fileVersion(path)), Replaced::Yes);
+    void leavesNoPartOfACopy()
+    {
+        const ScratchFile file(QByteArray(200'000, 'x'));
+        bool copied = true;
+        {
+            const FileSizeLimit limit(150'000);
+            copied = base::copyFile(file.path(), file.beside(u"the copy"_s));
+        }
+        QVERIFY(!copied);
+        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
+    }
+
+    void aCopyKeepsOwnerGroupAndMode()
+    {
+        const ScratchFile file("original");
+        giveAway(file.path());
+        QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
+        const struct stat copy = look(file.beside(u"the copy"_s));
+        QCOMPARE(copy.st_uid, otherOwner());
+        QCOMPARE(copy.st_gid, otherGroup());
+        QCOMPARE(copy.st_mode & 07777, otherMode());
+    }
+
+    void worksWithoutAStandardInput()
+    {
+        const ScratchFile file("content");
+        const support::WithoutStandardInput without;
+        QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
         QCOMPARE(file.read(), QByteArray("new"));
     }
-}
 
-void TestDurableFile::replacesNoOtherVersion()
-{
-    const ScratchFile file("old");
-    const std::optional<base::FileVersion> read = base::fileVersion(file.path());
-    file.write("somebody's");
-    QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CommitFailed);
-    QCOMPARE(file.read(), QByteArray("somebody's"));
-    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-
-    QVERIFY(QFile::remove(file.path()));
-    QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CommitFailed);
-    QCOMPARE(file.listing(), QStringList());
-}
-
-void TestDurableFile::aFullDiskFailsTheCommit_data()
-{
-    QTest::addColumn<int>("room");
-    QTest::addColumn<int>("size");
-    QTest::newRow("no room at all") << 0 << 100;
-    QTest::newRow("one byte short") << 99 << 100;
-    QTest::newRow("one byte short of a full buffer") << 16383 << 16384;
-    QTest::newRow("one byte more than a buffer") << 16384 << 16385;
-    QTest::newRow("in the middle of much") << 1'000'000 << 3'000'000;
-}
-
-void TestDurableFile::aFullDiskFailsTheCommit()
-{
-    QFETCH(int, room);
-    QFETCH(int, size);
-    const ScratchFile file("the old content");
-    Replaced result = Replaced::Yes;
+    void keepsNoDescriptorOpen()
     {
-        const FileSizeLimit limit(static_cast<rlim_t>(room));
-        result = base::replaceFile(file.path(), QByteArray(size, 'x'));
+        const ScratchFile file("content");
+        const auto firstFree = [] {
+            const int descriptor = ::dup(STDERR_FILENO);
+            ::close(descriptor);
+            return descriptor;
+        };
+        const int before = firstFree();
+        QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
+        QCOMPARE(firstFree(), before);
     }
-    QCOMPARE(result, Replaced::CommitFailed);
-    QCOMPARE(file.read(), QByteArray("the old content"));
-    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-}
-
-void TestDurableFile::copiesEveryByte_data()
-{
-    addContents();
-}
-
-void TestDurableFile::copiesEveryByte()
-{
-    QFETCH(QByteArray, content);
-    const ScratchFile file(content);
-    QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
-    QVERIFY(ScratchFile::readFrom(file.beside(u"the copy"_s)) == content);
-    QVERIFY(file.read() == content);
-    QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"the copy"_s}));
-}
-
-void TestDurableFile::neverCopiesOverAFile()
-{
-    const ScratchFile file("original");
-    ScratchFile::writeTo(file.beside(u"taken"_s), "someone's");
-    QVERIFY(!base::copyFile(file.path(), file.beside(u"taken"_s)));
-    QCOMPARE(ScratchFile::readFrom(file.beside(u"taken"_s)), QByteArray("someone's"));
-}
-
-void TestDurableFile::copiesNothingWithoutAFile()
-{
-    const ScratchFile file("original");
-    QVERIFY(!base::copyFile(file.beside(u"missing"_s), file.beside(u"the copy"_s)));
-    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-}
-
-void TestDurableFile::copiesNoFolder()
-{
-    const ScratchFile file("original");
-    QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
-    QVERIFY(!base::copyFile(file.beside(u"sub"_s), file.beside(u"the copy"_s)));
-    QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"sub"_s}));
-}
-
-void TestDurableFile::leavesNoPartOfACopy()
-{
-    const ScratchFile file(QByteArray(200'000, 'x'));
-    bool copied = true;
-    {
-        const FileSizeLimit limit(150'000);
-        copied = base::copyFile(file.path(), file.beside(u"the copy"_s));
-    }
-    QVERIFY(!copied);
-    QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-}
-
-void TestDurableFile::aCopyKeepsOwnerGroupAndMode()
-{
-    const ScratchFile file("original");
-    giveAway(file.path());
-    QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
-    const struct stat copy = look(file.beside(u"the copy"_s));
-    QCOMPARE(copy.st_uid, otherOwner());
-    QCOMPARE(copy.st_gid, otherGroup());
-    QCOMPARE(copy.st_mode & 07777, otherMode());
-}
-
-void TestDurableFile::worksWithoutAStandardInput()
-{
-    const ScratchFile file("content");
-    const support::WithoutStandardInput without;
-    QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
-    QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
-    QCOMPARE(file.read(), QByteArray("new"));
-}
-
-void TestDurableFile::keepsNoDescriptorOpen()
-{
-    const ScratchFile file("content");
-    const auto firstFree = [] {
-        const int descriptor = ::dup(STDERR_FILENO);
-        ::close(descriptor);
-        return descriptor;
-    };
-    const int before = firstFree();
-    QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
-    QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
-    QCOMPARE(firstFree(), before);
-}
+};
 
 QTEST_GUILESS_MAIN(TestDurableFile)
 #include "test_durablefile.moc"

@@ -227,158 +227,151 @@ class TestLaunchProperties : public QObject
 
 private Q_SLOTS:
     void initTestCase() { support::preparePropertyCases(); }
-    void defaultFrameCap();
-    void composing();
-    void recognising();
-    void parsing();
-    void composedIsOwn();
-    void parsedComposesAndParsesTheSame();
-    void loading();
-    void savedIsLoaded();
-    void optionsThatCanBeKeptComeBack();
+    void defaultFrameCap()
+    {
+        QVERIFY(rc::check("the automatic cap is the model's", [] {
+            const int refreshHz = *numbers();
+            RC_ASSERT(launch::defaultFrameCap(refreshHz) == model::frameCap(refreshHz));
+        }));
+    }
+
+    void composing()
+    {
+        QVERIFY(rc::check("the composed text is the model's", [] {
+            const auto settings = *settingsRecords();
+            const auto display = *gpus();
+            const auto render = *gpus();
+            const auto prefix =
+                *rc::gen::element<std::string>("", "/opt/gs/lib", " %1 %2", "\xC3\xA9");
+            const auto losslessFound = *rc::gen::arbitrary<bool>();
+            const int refreshHz = *numbers();
+            RC_ASSERT(
+                composeByProgram(settings, display, render, prefix, losslessFound, refreshHz) ==
+                model::compose(settings, display, render, prefix, losslessFound, refreshHz));
+        }));
+    }
+
+    void recognising()
+    {
+        QVERIFY(rc::check("the model recognises the same texts", [] {
+            const std::string text = *anyTexts();
+            const bool own = model::isOwn(text);
+            RC_TAG(own);
+            RC_ASSERT(launch::isOwnLaunchOptions(QString::fromStdString(text)) == own);
+        }));
+    }
+
+    void parsing()
+    {
+        QVERIFY(rc::check("the model parses the same settings", [] {
+            const std::string text = *anyTexts();
+            RC_ASSERT(parseByProgram(text) == model::parse(text));
+        }));
+    }
+
+    void composedIsOwn()
+    {
+        QVERIFY(rc::check("what the program composes it recognises, from marker to command", [] {
+            const std::string text =
+                composeByProgram(*settingsRecords(), *gpus(), *gpus(), {}, true, *numbers());
+            RC_ASSERT(launch::isOwnLaunchOptions(QString::fromStdString(text)));
+            RC_ASSERT(text.starts_with("MARROWPULSE=1 "));
+            RC_ASSERT(text.ends_with(" %command%"));
+        }));
+    }
+
+    void parsedComposesAndParsesTheSame()
+    {
+        QVERIFY(rc::check("composing what was parsed and parsing it again is stable", [] {
+            const std::string text = *anyTexts();
+            const int refreshHz = *numbers();
+            const model::LaunchSettings once = parseByProgram(text);
+            const auto again = [refreshHz](const model::LaunchSettings &settings) {
+                return parseByProgram(composeByProgram(settings, {}, {}, {}, true, refreshHz));
+            };
+            // The fields of frame generation do not outlive its being off.
+            model::LaunchSettings expected = once;
+            if (!once.framegen) {
+                expected.fgbackend = 0;
+                expected.holdback = 1;
+                expected.renderres = false;
+                expected.pacing = 0;
+                expected.debugoverlay = false;
+            }
+            RC_ASSERT(again(once) == expected);
+            RC_ASSERT(again(expected) == expected);
+        }));
+    }
+
+    void loading()
+    {
+        const QTemporaryDir folder;
+        QSettings store(folder.filePath(u"store.conf"_s), QSettings::IniFormat);
+        QVERIFY(rc::check("the model loads the same record", [&store] {
+            const std::string options = *rc::gen::oneOf(
+                rc::gen::just(std::string()), rc::gen::just(std::string("-novid")), anyTexts());
+            std::map<std::string, std::string> content;
+            store.clear();
+            for (const std::string field :
+                 {"upscaling", "renderW", "renderH", "outputW", "outputH", "framegen", "fgbackend",
+                  "holdback", "framecap", "caphz", "renderres", "pacing", "debugoverlay",
+                  "other"}) {
+                const auto appid = *rc::gen::element<std::string>("10", "10", "10", "10", "9", "");
+                if (appid.empty())
+                    continue;
+                const std::string key = "config/" + appid + "/" + field;
+                content[key] = *storedValues();
+                store.setValue(QString::fromStdString(key), QString::fromStdString(content[key]));
+            }
+            const launch::LoadedGame game =
+                launch::loadGameSettings(store, u"10"_s, QString::fromStdString(options));
+            const model::LoadedLaunch loaded{toModel(game.settings), game.enabled};
+            RC_ASSERT(loaded == model::load(content, "10", options));
+        }));
+    }
+
+    void savedIsLoaded()
+    {
+        const QTemporaryDir folder;
+        QSettings store(folder.filePath(u"store.conf"_s), QSettings::IniFormat);
+        QVERIFY(rc::check("every saved record is loaded as it was", [&store] {
+            const auto first = *settingsRecords();
+            const auto second = *settingsRecords();
+            launch::saveAllGameSettings(store,
+                                        {{u"9"_s, toProgram(first)}, {u"10"_s, toProgram(second)}});
+            store.sync();
+            RC_ASSERT(toModel(launch::loadGameSettings(store, u"9"_s, {}).settings) == first);
+            RC_ASSERT(toModel(launch::loadGameSettings(store, u"10"_s, {}).settings) == second);
+        }));
+    }
+
+    void optionsThatCanBeKeptComeBack()
+    {
+        const QTemporaryDir folder;
+        int cases = 0;
+        int refused = 0;
+        QVERIFY(rc::check("all text without a byte-order mark comes back from the store", [&] {
+            const auto text = *rc::gen::nonEmpty(rc::gen::container<std::u32string>(characters()));
+            QString options; // not by fromUcs4(), which drops a U+FFFE at the start
+            for (const char32_t character : text)
+                options += QChar::fromUcs4(character);
+            const QString path = folder.filePath(u"%1.conf"_s.arg(++cases));
+            QSettings store(path, QSettings::NativeFormat);
+            launch::StoreEdit edit(store);
+            if (!edit.canKeep(u"9"_s, options)) {
+                ++refused;
+                RC_ASSERT(options.contains(u'\ufeff'));
+                return;
+            }
+            RC_ASSERT(edit.save({}, {{u"9"_s, options}}));
+            const QString copy = folder.filePath(u"%1 as another run reads it"_s.arg(cases));
+            RC_ASSERT(QFile::copy(path, copy));
+            const QSettings read(copy, QSettings::NativeFormat);
+            RC_ASSERT(launch::originalLaunchOptions(read, u"9"_s) == options);
+        }));
+        QVERIFY(refused > cases / 100);
+    }
 };
-
-void TestLaunchProperties::defaultFrameCap()
-{
-    QVERIFY(rc::check("the automatic cap is the model's", [] {
-        const int refreshHz = *numbers();
-        RC_ASSERT(launch::defaultFrameCap(refreshHz) == model::frameCap(refreshHz));
-    }));
-}
-
-void TestLaunchProperties::composing()
-{
-    QVERIFY(rc::check("the composed text is the model's", [] {
-        const auto settings = *settingsRecords();
-        const auto display = *gpus();
-        const auto render = *gpus();
-        const auto prefix = *rc::gen::element<std::string>("", "/opt/gs/lib", " %1 %2", "\xC3\xA9");
-        const auto losslessFound = *rc::gen::arbitrary<bool>();
-        const int refreshHz = *numbers();
-        RC_ASSERT(composeByProgram(settings, display, render, prefix, losslessFound, refreshHz) ==
-                  model::compose(settings, display, render, prefix, losslessFound, refreshHz));
-    }));
-}
-
-void TestLaunchProperties::recognising()
-{
-    QVERIFY(rc::check("the model recognises the same texts", [] {
-        const std::string text = *anyTexts();
-        const bool own = model::isOwn(text);
-        RC_TAG(own);
-        RC_ASSERT(launch::isOwnLaunchOptions(QString::fromStdString(text)) == own);
-    }));
-}
-
-void TestLaunchProperties::parsing()
-{
-    QVERIFY(rc::check("the model parses the same settings", [] {
-        const std::string text = *anyTexts();
-        RC_ASSERT(parseByProgram(text) == model::parse(text));
-    }));
-}
-
-void TestLaunchProperties::composedIsOwn()
-{
-    QVERIFY(rc::check("what the program composes it recognises, from marker to command", [] {
-        const std::string text =
-            composeByProgram(*settingsRecords(), *gpus(), *gpus(), {}, true, *numbers());
-        RC_ASSERT(launch::isOwnLaunchOptions(QString::fromStdString(text)));
-        RC_ASSERT(text.starts_with("MARROWPULSE=1 "));
-        RC_ASSERT(text.ends_with(" %command%"));
-    }));
-}
-
-void TestLaunchProperties::parsedComposesAndParsesTheSame()
-{
-    QVERIFY(rc::check("composing what was parsed and parsing it again is stable", [] {
-        const std::string text = *anyTexts();
-        const int refreshHz = *numbers();
-        const model::LaunchSettings once = parseByProgram(text);
-        const auto again = [refreshHz](const model::LaunchSettings &settings) {
-            return parseByProgram(composeByProgram(settings, {}, {}, {}, true, refreshHz));
-        };
-        // The fields of frame generation do not outlive its being off.
-        model::LaunchSettings expected = once;
-        if (!once.framegen) {
-            expected.fgbackend = 0;
-            expected.holdback = 1;
-            expected.renderres = false;
-            expected.pacing = 0;
-            expected.debugoverlay = false;
-        }
-        RC_ASSERT(again(once) == expected);
-        RC_ASSERT(again(expected) == expected);
-    }));
-}
-
-void TestLaunchProperties::loading()
-{
-    const QTemporaryDir folder;
-    QSettings store(folder.filePath(u"store.conf"_s), QSettings::IniFormat);
-    QVERIFY(rc::check("the model loads the same record", [&store] {
-        const std::string options = *rc::gen::oneOf(
-            rc::gen::just(std::string()), rc::gen::just(std::string("-novid")), anyTexts());
-        std::map<std::string, std::string> content;
-        store.clear();
-        for (const std::string field :
-             {"upscaling", "renderW", "renderH", "outputW", "outputH", "framegen", "fgbackend",
-              "holdback", "framecap", "caphz", "renderres", "pacing", "debugoverlay", "other"}) {
-            const auto appid = *rc::gen::element<std::string>("10", "10", "10", "10", "9", "");
-            if (appid.empty())
-                continue;
-            const std::string key = "config/" + appid + "/" + field;
-            content[key] = *storedValues();
-            store.setValue(QString::fromStdString(key), QString::fromStdString(content[key]));
-        }
-        const launch::LoadedGame game =
-            launch::loadGameSettings(store, u"10"_s, QString::fromStdString(options));
-        const model::LoadedLaunch loaded{toModel(game.settings), game.enabled};
-        RC_ASSERT(loaded == model::load(content, "10", options));
-    }));
-}
-
-void TestLaunchProperties::savedIsLoaded()
-{
-    const QTemporaryDir folder;
-    QSettings store(folder.filePath(u"store.conf"_s), QSettings::IniFormat);
-    QVERIFY(rc::check("every saved record is loaded as it was", [&store] {
-        const auto first = *settingsRecords();
-        const auto second = *settingsRecords();
-        launch::saveAllGameSettings(store,
-                                    {{u"9"_s, toProgram(first)}, {u"10"_s, toProgram(second)}});
-        store.sync();
-        RC_ASSERT(toModel(launch::loadGameSettings(store, u"9"_s, {}).settings) == first);
-        RC_ASSERT(toModel(launch::loadGameSettings(store, u"10"_s, {}).settings) == second);
-    }));
-}
-
-void TestLaunchProperties::optionsThatCanBeKeptComeBack()
-{
-    const QTemporaryDir folder;
-    int cases = 0;
-    int refused = 0;
-    QVERIFY(rc::check("all text without a byte-order mark comes back from the store", [&] {
-        const auto text = *rc::gen::nonEmpty(rc::gen::container<std::u32string>(characters()));
-        QString options; // not by fromUcs4(), which drops a U+FFFE at the start
-        for (const char32_t character : text)
-            options += QChar::fromUcs4(character);
-        const QString path = folder.filePath(u"%1.conf"_s.arg(++cases));
-        QSettings store(path, QSettings::NativeFormat);
-        launch::StoreEdit edit(store);
-        if (!edit.canKeep(u"9"_s, options)) {
-            ++refused;
-            RC_ASSERT(options.contains(u'\ufeff'));
-            return;
-        }
-        RC_ASSERT(edit.save({}, {{u"9"_s, options}}));
-        const QString copy = folder.filePath(u"%1 as another run reads it"_s.arg(cases));
-        RC_ASSERT(QFile::copy(path, copy));
-        const QSettings read(copy, QSettings::NativeFormat);
-        RC_ASSERT(launch::originalLaunchOptions(read, u"9"_s) == options);
-    }));
-    QVERIFY(refused > cases / 100);
-}
 
 QTEST_GUILESS_MAIN(TestLaunchProperties)
 #include "test_launch_properties.moc"
