@@ -62,7 +62,7 @@ class TestDurableFileAccess : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aReplacedFileStaysClosedToWhomItWas()
+    void aReplacedFileIsReadableByNobodyElseThanBefore()
     {
         const ScratchFile file("old");
         giveList(file.path(), closedToItsGroup);
@@ -76,7 +76,7 @@ private Q_SLOTS:
         QCOMPARE(listOf(file.path()), list);
     }
 
-    void aCopyIsClosedToWhomTheOriginalIs()
+    void aCopyIsReadableByNobodyElseThanTheOriginal()
     {
         const ScratchFile file("original");
         giveList(file.path(), closedToItsGroup);
@@ -86,7 +86,7 @@ private Q_SLOTS:
         QVERIFY(listOf(file.path()).contains("user:7:rw-"_L1));
     }
 
-    void aFolderOpensNoFileOfItsOwnAccord()
+    void aFoldersDefaultListGivesNobodyAccess()
     {
         const ScratchFile file("old");
         ScratchFile::setMode(file.path(), 0640);
@@ -100,14 +100,14 @@ private Q_SLOTS:
         }
     }
 
-    void aListThatCannotBeKeptStopsTheReplacing_data()
+    void aFileWhoseAccessListCannotBeKeptIsNotReplaced_data()
     {
         QTest::addColumn<QByteArray>("call");
         QTest::newRow("it cannot be read") << QByteArray("read the access list");
         QTest::newRow("it cannot be set") << QByteArray("set the access list");
         QTest::newRow("the folder's cannot be dropped") << QByteArray("drop the access list");
     }
-    void aListThatCannotBeKeptStopsTheReplacing()
+    void aFileWhoseAccessListCannotBeKeptIsNotReplaced()
     {
         QFETCH(const QByteArray, call);
         const ScratchFile file("old");
@@ -120,7 +120,7 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
 
-    void filesAreReplacedWhereThereAreNoLists_data()
+    void filesAreReplacedOnDisksWithoutAccessLists_data()
     {
         QTest::addColumn<QByteArray>("call");
         QTest::addColumn<int>("error");
@@ -129,7 +129,7 @@ private Q_SLOTS:
         QTest::newRow("nothing known to drop") << QByteArray("drop the access list") << ENOTSUP;
         QTest::newRow("nothing to drop") << QByteArray("drop the access list") << ENODATA;
     }
-    void filesAreReplacedWhereThereAreNoLists()
+    void filesAreReplacedOnDisksWithoutAccessLists()
     {
         QFETCH(const QByteArray, call);
         QFETCH(const int, error);

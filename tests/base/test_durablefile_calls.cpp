@@ -33,7 +33,7 @@ class TestDurableFileCalls : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void isOnTheDiskBeforeItTakesTheOldFilesPlace()
+    void theNewFileIsSyncedBeforeItReplacesTheOldOne()
     {
         const ScratchFile file("old");
         const CallWatch watch;
@@ -59,7 +59,7 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
 
-    void aCallThatFailsWithoutHarm_data()
+    void aHarmlessFailureStillReplacesTheFile_data()
     {
         QTest::addColumn<QByteArray>("call");
         QTest::addColumn<int>("error");
@@ -68,7 +68,7 @@ private Q_SLOTS:
             << QByteArray("sync a file") << EINTR << 2;
         QTest::newRow("the folder cannot be synced") << QByteArray("sync a folder") << EIO << -1;
     }
-    void aCallThatFailsWithoutHarm()
+    void aHarmlessFailureStillReplacesTheFile()
     {
         QFETCH(const QByteArray, call);
         QFETCH(const int, error);
@@ -80,7 +80,7 @@ private Q_SLOTS:
         QCOMPARE(file.read(), QByteArray("new"));
     }
 
-    void leavesNoCopyThatIsNotOnTheDisk_data()
+    void aCopyThatMayNotBeOnTheDiskIsRemoved_data()
     {
         QTest::addColumn<QByteArray>("call");
         QTest::newRow("the original cannot be read") << QByteArray("read localconfig.vdf");
@@ -89,7 +89,7 @@ private Q_SLOTS:
         QTest::newRow("it cannot be synced") << QByteArray("sync a file");
         QTest::newRow("its folder cannot be synced") << QByteArray("sync a folder");
     }
-    void leavesNoCopyThatIsNotOnTheDisk()
+    void aCopyThatMayNotBeOnTheDiskIsRemoved()
     {
         QFETCH(const QByteArray, call);
         const ScratchFile file("original");
@@ -99,7 +99,7 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
 
-    void aCopyIsOnTheDisk()
+    void aCopyIsSynced()
     {
         const ScratchFile file("original");
         const CallWatch watch;
@@ -107,7 +107,7 @@ private Q_SLOTS:
         QCOMPARE(watch.order().last(2), (QByteArrayList{"sync a file", "sync a folder"}));
     }
 
-    void theOwnerThatRootCannotKeep()
+    void rootReplacesNothingWhenItCannotKeepTheOwner()
     {
         const ScratchFile file("old");
         const bool isRoot = ::geteuid() == 0;
@@ -120,7 +120,7 @@ private Q_SLOTS:
         QCOMPARE(file.read(), QByteArray(isRoot ? "old" : "new"));
     }
 
-    void whatAnotherProgramDidMeanwhileStands_data()
+    void aChangeByAnotherProgramIsNotUndone_data()
     {
         QTest::addColumn<Writer>("write");
         QTest::addColumn<QByteArray>("left");
@@ -155,7 +155,7 @@ private Q_SLOTS:
             "none", [](const ScratchFile &file) { QVERIFY(QFile::remove(file.path())); },
             "(unreadable)");
     }
-    void whatAnotherProgramDidMeanwhileStands()
+    void aChangeByAnotherProgramIsNotUndone()
     {
         QFETCH(const Writer, write);
         QFETCH(const QByteArray, left);

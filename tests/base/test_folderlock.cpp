@@ -34,7 +34,7 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
 
-    void foldersHaveTheirOwn()
+    void anotherFolderCanBeLockedMeanwhile()
     {
         const ScratchFile one("");
         const ScratchFile other("");
@@ -42,7 +42,7 @@ private Q_SLOTS:
         QVERIFY(FolderLock(other.folder(), 0).isHeld());
     }
 
-    void itIsWaitedFor()
+    void aLockIsWaitedForUntilItIsFree()
     {
         const ScratchFile file("content");
         LockHolder holder(file.folder());
@@ -56,7 +56,7 @@ private Q_SLOTS:
         QVERIFY(!lock.isBusy());
     }
 
-    void itIsWaitedForNoLonger()
+    void aLockIsWaitedForNoLongerThanAskedFor()
     {
         const ScratchFile file("content");
         const LockHolder holder(file.folder());

@@ -395,7 +395,7 @@ private Q_SLOTS:
         QCOMPARE(file.read(), twoOriginals);
     }
 
-    void itIsReadUnderTheLock()
+    void theStoreIsReadUnderTheLock()
     {
         const ScratchFile file("", storeName);
         QSettings store(file.path(), QSettings::NativeFormat);
