@@ -21,10 +21,14 @@ void MainWindow::onGameSelected()
     const steam::GameEntry *game = currentGame();
     if (!game) {
         settingsGroup->setEnabled(false);
+        settingsGroup->setToolTip({});
         settingsGroup->setTitle(u"Game settings"_s);
         return;
     }
-    settingsGroup->setEnabled(enabledGames.contains(game->appid));
+    const bool isEnabled = enabledGames.contains(game->appid);
+    settingsGroup->setEnabled(isEnabled);
+    settingsGroup->setToolTip(isEnabled ? QString()
+                                        : u"Tick this game in the list to change its settings."_s);
     // In a group box title an ampersand marks a shortcut; doubled it is one of the name.
     QString name = game->name;
     settingsGroup->setTitle("Game settings: "_L1 + name.replace(u'&', u"&&"_s));
@@ -120,11 +124,16 @@ void MainWindow::enableDependentControls(const launch::GameSettings &settings)
 void MainWindow::showRefusedSizes(const launch::GameSettings &settings)
 {
     const auto show = [](ResolutionBox *box, int width, int height) {
+        const QString inForce = resolutionText(width, height);
         int shownWidth = 0;
         int shownHeight = 0;
         parseResolution(box->currentText(), shownWidth, shownHeight);
-        const bool isInForce = box->currentText() == u"%1x%2"_s.arg(width).arg(height);
-        box->setRefused(shownWidth == 0 && !isInForce);
+        const bool isTaken = shownWidth != 0 || box->currentText() == inForce;
+        box->setRefused(
+            isTaken
+                ? QString()
+                : u"Not accepted: widths from 320 to 7680, heights from 200 to 4320, such as 1706x960. %1 stays in force."_s
+                      .arg(inForce));
     };
     show(renderResCombo, settings.renderW, settings.renderH);
     show(outputResCombo, settings.outputW, settings.outputH);
@@ -146,13 +155,9 @@ QString MainWindow::frameCapLabelText() const
 
 void MainWindow::parseResolution(const QString &text, int &width, int &height)
 {
-    const QStringList parts = text.trimmed().split(u'x');
-    if (parts.size() != 2)
+    const QSize size = readResolution(text);
+    if (size.width() < 320 || size.width() > 7680 || size.height() < 200 || size.height() > 4320)
         return;
-    const int w = parts[0].toInt(); // 0 for what is no number
-    const int h = parts[1].toInt();
-    if (w < 320 || w > 7680 || h < 200 || h > 4320)
-        return;
-    width = w;
-    height = h;
+    width = size.width();
+    height = size.height();
 }
