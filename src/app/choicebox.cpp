@@ -5,7 +5,6 @@
 #include <QScreen>
 #include <QScrollBar>
 #include <QStyleOptionComboBox>
-#include <QStylePainter>
 
 #include <algorithm>
 
@@ -23,22 +22,12 @@ void ChoiceBox::showPopup()
     QComboBox::showPopup();
 }
 
-void ChoiceBox::paintEvent(QPaintEvent *event)
+void ChoiceBox::initStyleOption(QStyleOptionComboBox *option) const
 {
-    if (isEditable()) {
-        QComboBox::paintEvent(event);
-        return;
-    }
-    // As the base class does it, but with an ellipsis for what is cut.
-    QStyleOptionComboBox option;
-    initStyleOption(&option);
-    QStylePainter painter(this);
-    painter.setPen(palette().color(QPalette::Text));
-    painter.drawComplexControl(QStyle::CC_ComboBox, option);
-    constexpr int margin = 2; // the style's, around the text
+    QComboBox::initStyleOption(option);
     const QRect field =
-        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
-    option.currentText = option.fontMetrics.elidedText(option.currentText, Qt::ElideRight,
-                                                       field.width() - 2 * margin);
-    painter.drawControl(QStyle::CE_ComboBoxLabel, option);
+        style()->subControlRect(QStyle::CC_ComboBox, option, QStyle::SC_ComboBoxEditField, this);
+    const QFontMetrics &metrics = option->fontMetrics;
+    option->currentText = metrics.elidedText(option->currentText, Qt::ElideRight,
+                                             field.width() - metrics.averageCharWidth());
 }

@@ -14,5 +14,5 @@ public:
     void showPopup() override;
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
+    void initStyleOption(QStyleOptionComboBox *option) const override;
 };

@@ -2,7 +2,6 @@
 #include "app/gamegroup.h"
 
 #include <QStyleOptionGroupBox>
-#include <QStylePainter>
 
 QSize GameGroup::minimumSizeHint() const
 {
@@ -10,12 +9,13 @@ QSize GameGroup::minimumSizeHint() const
     return {QWidget::minimumSizeHint().width(), QGroupBox::minimumSizeHint().height()};
 }
 
-void GameGroup::paintEvent(QPaintEvent *)
+void GameGroup::initStyleOption(QStyleOptionGroupBox *option) const
 {
-    QStyleOptionGroupBox option;
-    initStyleOption(&option);
-    const int room = width() - 2 * option.fontMetrics.averageCharWidth();
-    option.text =
-        option.fontMetrics.elidedText(option.text, Qt::ElideRight, room, Qt::TextShowMnemonic);
-    QStylePainter(this).drawComplexControl(QStyle::CC_GroupBox, option);
+    QGroupBox::initStyleOption(option);
+    QFont widest = font();
+    widest.setBold(true); // as some styles write it
+    const QFontMetrics metrics(widest);
+    option->text =
+        metrics.elidedText(option->text, Qt::ElideRight, width() - 2 * metrics.averageCharWidth(),
+                           Qt::TextShowMnemonic);
 }

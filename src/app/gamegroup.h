@@ -14,5 +14,5 @@ public:
     QSize minimumSizeHint() const override;
 
 protected:
-    void paintEvent(QPaintEvent *event) override;
+    void initStyleOption(QStyleOptionGroupBox *option) const override;
 };

@@ -95,8 +95,9 @@ private Q_SLOTS:
         int width = 40; // the least at which any other box shows all of it
         while (inkOf<QComboBox>(text, width) != whole)
             ++width;
-        // A few points more, for the style's margin and what a letter keeps free beside it.
-        QCOMPARE(inkOf<ChoiceBox>(text, width + 4), whole);
+        // A letter more, for the style's margins.
+        const int letter = QComboBox().fontMetrics().averageCharWidth();
+        QCOMPARE(inkOf<ChoiceBox>(text, width + letter), whole);
     }
 
     void aTextThatFitsIsShownWhole()
