@@ -9,7 +9,6 @@ class QCheckBox;
 class QComboBox;
 class QSpinBox;
 class QVBoxLayout;
-class LabelColumn;
 
 /// The modal dialog for the less common settings of one game. It writes nothing itself: the caller
 /// takes result() when the dialog was accepted.
@@ -26,8 +25,8 @@ public:
     launch::GameSettings result() const;
 
 private:
-    void buildFrameCapGroup(QVBoxLayout *layout, LabelColumn &boxes);
-    void buildFramegenGroup(QVBoxLayout *layout, LabelColumn &boxes);
+    void buildFrameCapGroup(QVBoxLayout *layout);
+    void buildFramegenGroup(QVBoxLayout *layout);
     void buildDiagnosticsGroup(QVBoxLayout *layout);
     void showSettings();
     void synchroniseEnabledStates();

@@ -50,6 +50,12 @@ GameList::GameList()
     setUniformItemSizes(true);
 }
 
+QSize GameList::minimumSizeHint() const
+{
+    return {iconSize().width() + 20 * fontMetrics().averageCharWidth(),
+            QListWidget::minimumSizeHint().height()};
+}
+
 void GameList::keyboardSearch(const QString &letters)
 {
     if (letters != u' ')

@@ -14,6 +14,8 @@ class GameList : public QListWidget
 
 public:
     GameList();
+    /// Has room for a name of usual length in any font.
+    QSize minimumSizeHint() const override;
     void keyboardSearch(const QString &letters) override;
 
 protected:

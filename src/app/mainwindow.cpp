@@ -3,6 +3,7 @@
 
 #include "app/gameitem.h"
 #include "app/waitcursor.h"
+#include "app/widgets.h"
 #include "hw/gpuenumeration.h"
 #include "hw/pcielink.h"
 #include "hw/refreshrate.h"
@@ -13,41 +14,30 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
-#include <QRegularExpression>
-#include <QScreen>
 #include <QScrollBar>
 #include <QSignalBlocker>
-#include <QWindow>
+#include <QSpinBox>
+#include <QToolTip>
 
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
-/// The text with places to break in words that are too long for a line.
-QString breakable(QString text)
-{
-    static const QRegularExpression longRun(u"(\\S{40})"_s);
-    return text.replace(longRun, u"\\1\u200b"_s);
-}
-
-} // namespace
-
 MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
 {
     store.setFallbacksEnabled(false); // what is kept is kept in its own file
     setWindowTitle(u"Marrowpulse"_s);
-    resize(QSize(900, 620).boundedTo(screen()->availableSize()));
+    resize(QSize(900, 620).boundedTo(roomForWindow(*this)));
     libraryPrefix = launch::readLibraryPrefix();
     losslessPath = steam::findLosslessScalingDll();
     lsfgAvailable = !losslessPath.isEmpty();
     refreshHz = hw::detectRefreshRate();
     buildUi();
+    qApp->installEventFilter(this);
     populateGpuPanel();
     reloadGames();
     gameList->setFocus();
@@ -80,32 +70,32 @@ bool MainWindow::isBusy() const
     return applying || QApplication::activeModalWidget();
 }
 
-void MainWindow::showEvent(QShowEvent *event)
-{
-    QMainWindow::showEvent(event);
-    if (!event->spontaneous())
-        windowHandle()->installEventFilter(this);
-}
-
+/// What holds for all widgets: the wheel changes no box that it only passes over, and a tool tip,
+/// which the toolkit breaks only where it is markup, is broken into lines and shown as it is.
 bool MainWindow::eventFilter(QObject *watched, QEvent *event)
 {
-    // Its frame, which is the window manager's, is known when the window is exposed.
-    if (watched == windowHandle() && event->type() == QEvent::Expose) {
-        windowHandle()->removeEventFilter(this);
-        fitIntoScreen();
+    auto *widget = qobject_cast<QWidget *>(watched);
+    if (!widget || (event->type() != QEvent::Wheel && event->type() != QEvent::ToolTip))
+        return QMainWindow::eventFilter(watched, event);
+    if (event->type() == QEvent::Wheel) {
+        const bool isBox = qobject_cast<QComboBox *>(widget) || qobject_cast<QSpinBox *>(widget);
+        return isBox && !widget->hasFocus();
     }
-    return QMainWindow::eventFilter(watched, event);
-}
-
-void MainWindow::fitIntoScreen()
-{
-    const QRect room = screen()->availableGeometry();
-    QMargins frame = windowHandle()->frameMargins();
-    if (devicePixelRatioF() != 1)
-        frame += QMargins(0, 0, 1, 1); // its parts are rounded to points
-    resize(size().boundedTo(room.size().shrunkBy(frame)));
-    if (!room.contains(frameGeometry()))
-        move(room.topLeft());
+    const auto *help = static_cast<QHelpEvent *>(event);
+    QString text = widget->toolTip();
+    QRect place; // where the tip stays
+    if (const auto *view = qobject_cast<QAbstractItemView *>(widget->parentWidget())) {
+        const QModelIndex index = view->indexAt(help->pos());
+        text = index.data(Qt::ToolTipRole).toString();
+        place = view->visualRect(index);
+    }
+    if (text.isEmpty())
+        return false;
+    QToolTip::showText(help->globalPos(),
+                       "<p style=\"white-space: pre-wrap\">"_L1 + breakable(text).toHtmlEscaped() +
+                           "</p>"_L1,
+                       widget, place);
+    return true;
 }
 
 void MainWindow::populateGpuPanel()
@@ -157,6 +147,8 @@ void MainWindow::reloadGames()
         addGameItem(game);
     }
     loading = false;
+    emptyLabel->setVisible(games.isEmpty());
+    gameList->setAccessibleDescription(games.isEmpty() ? emptyLabel->text() : QString());
 
     const auto found = std::find_if(games.cbegin(), games.cend(),
                                     [&](const auto &game) { return game.appid == selected; });
@@ -224,10 +216,12 @@ void MainWindow::renewRow(int row, bool isPending)
             "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
             game.launchOptions;
     QListWidgetItem *item = gameList->item(row);
-    if (item->data(GameItem::PendingRole).toBool() != isPending)
-        item->setData(GameItem::PendingRole, isPending);
-    if (item->data(Qt::ToolTipRole) == warning)
-        return;
+    item->setData(GameItem::PendingRole, isPending);
     item->setData(Qt::ToolTipRole, warning);
-    item->setData(Qt::AccessibleDescriptionRole, warning);
+    QStringList description;
+    if (isPending)
+        description.append(u"Change not applied yet."_s);
+    if (warning.isValid())
+        description.append(warning.toString());
+    item->setData(Qt::AccessibleDescriptionRole, description.join(u'\n'));
 }

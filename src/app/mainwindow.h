@@ -46,7 +46,6 @@ public:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
-    void showEvent(QShowEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
@@ -59,7 +58,6 @@ private:
     void connectControls();
 
     // Start-up and state: mainwindow.cpp
-    void fitIntoScreen();
     void populateGpuPanel();
     void reloadGames();
     void addGameItem(const steam::GameEntry &game);
@@ -107,6 +105,7 @@ private:
     QLabel *gpuLabel = nullptr;
     QComboBox *renderGpuCombo = nullptr;
     QListWidget *gameList = nullptr;
+    QLabel *emptyLabel = nullptr; ///< in the list's place while there are no games
     QGroupBox *settingsGroup = nullptr;
     QCheckBox *upscalingCheck = nullptr;
     ResolutionBox *renderResCombo = nullptr;

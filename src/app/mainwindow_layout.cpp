@@ -4,15 +4,19 @@
 #include "app/choicebox.h"
 #include "app/gamegroup.h"
 #include "app/gamelist.h"
-#include "app/labelcolumn.h"
 #include "app/previewlabel.h"
 #include "app/resolutionbox.h"
+#include "app/scrolledpart.h"
 #include "app/widgets.h"
 
+#include <QAction>
 #include <QBoxLayout>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
+#include <QFormLayout>
 #include <QGroupBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
@@ -29,10 +33,11 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// A column whose parts stand closer than the style has them: what it saves is the preview's.
-QVBoxLayout *newColumn(QWidget *parent, int margin)
+/// A layout whose parts stand closer than the style has them: what it saves is the preview's.
+template <typename Layout>
+Layout *newColumn(QWidget *parent, int margin)
 {
-    auto *layout = new QVBoxLayout(parent);
+    auto *layout = new Layout(parent);
     layout->setContentsMargins(margin, margin, margin, margin);
     layout->setSpacing(4);
     return layout;
@@ -44,7 +49,7 @@ void MainWindow::buildUi()
 {
     auto *central = new QWidget;
     setCentralWidget(central);
-    QVBoxLayout *layout = newColumn(central, 6);
+    auto *layout = newColumn<QVBoxLayout>(central, 6);
     buildGpuGroup(layout);
     buildGameArea(layout);
     buildBottomRow(layout);
@@ -55,13 +60,13 @@ void MainWindow::buildGpuGroup(QVBoxLayout *layout)
 {
     auto *group = new QGroupBox(u"GPUs"_s);
     layout->addWidget(group);
-    QVBoxLayout *groupLayout = newColumn(group, 4);
+    auto *form = newColumn<QFormLayout>(group, 4);
     gpuLabel = named(new QLabel, u"gpuLabel"_s);
     gpuLabel->setWordWrap(true);
     gpuLabel->setMinimumWidth(1); // a long name must not widen the window
-    groupLayout->addWidget(gpuLabel);
+    form->addRow(gpuLabel);
     renderGpuCombo = named(new ChoiceBox, u"renderGpuCombo"_s);
-    LabelColumn().addRow(groupLayout, u"Rendering GPU:"_s, renderGpuCombo, 1);
+    addBox(form, u"Rendering GPU:"_s, renderGpuCombo);
 }
 
 void MainWindow::buildGameArea(QVBoxLayout *layout)
@@ -69,6 +74,20 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
     auto *splitter = named(new QSplitter, u"splitter"_s);
     layout->addWidget(splitter, 1);
     gameList = named(new GameList, u"gameList"_s);
+    auto *copy = new QAction(u"Copy launch options"_s, gameList);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setShortcutContext(Qt::WidgetShortcut);
+    connect(copy, &QAction::triggered, this,
+            [this] { QGuiApplication::clipboard()->setText(previewLabel->text()); });
+    gameList->addAction(copy);
+    gameList->setContextMenuPolicy(Qt::ActionsContextMenu);
+    emptyLabel = named(
+        new QLabel(
+            u"No installed games were found.\n\nA Steam that was installed from Flatpak or Snap is not looked at."_s),
+        u"emptyLabel"_s);
+    emptyLabel->setAlignment(Qt::AlignCenter);
+    emptyLabel->setWordWrap(true);
+    (new QVBoxLayout(gameList->viewport()))->addWidget(emptyLabel);
     splitter->addWidget(gameList);
     buildSettingsGroup();
     splitter->addWidget(settingsGroup);
@@ -82,18 +101,19 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
 void MainWindow::buildSettingsGroup()
 {
     settingsGroup = named(new GameGroup, u"settingsGroup"_s);
-    QVBoxLayout *layout = newColumn(settingsGroup, 4);
-    LabelColumn boxes;
+    auto *layout = newColumn<QVBoxLayout>(settingsGroup, 4);
+    auto *settings = new QWidget;
+    auto *form = newColumn<QFormLayout>(settings, 0);
 
     upscalingCheck = named(new QCheckBox(u"Upscaling (FSR)"_s), u"upscalingCheck"_s);
-    layout->addWidget(upscalingCheck);
+    form->addRow(upscalingCheck);
     renderResCombo = named(new ResolutionBox, u"renderResCombo"_s);
-    boxes.addRow(layout, u"Render resolution:"_s, renderResCombo, 1);
+    addBox(form, u"Render resolution:"_s, renderResCombo);
     outputResCombo = named(new ResolutionBox, u"outputResCombo"_s);
-    boxes.addRow(layout, u"Output resolution:"_s, outputResCombo, 1);
+    addBox(form, u"Output resolution:"_s, outputResCombo);
 
     framegenCheck = named(new QCheckBox(u"Frame generation"_s), u"framegenCheck"_s);
-    layout->addWidget(framegenCheck);
+    form->addRow(framegenCheck);
     methodCombo = named(new ChoiceBox, u"methodCombo"_s);
     methodCombo->addItems({u"MCFI (built-in)"_s, u"LSFG (Lossless Scaling)"_s});
     auto *methods = qobject_cast<QStandardItemModel *>(methodCombo->model());
@@ -103,23 +123,27 @@ void MainWindow::buildSettingsGroup()
         lsfg->setToolTip(
             u"Lossless Scaling not found. Install it on Steam to enable LSFG frame generation."_s);
     }
-    boxes.addRow(layout, u"Method:"_s, methodCombo, 1);
+    addBox(form, u"Method:"_s, methodCombo);
     holdbackCombo = named(new ChoiceBox, u"holdbackCombo"_s);
     holdbackCombo->addItems({u"1 frame (low latency)"_s,
                              u"2 frames (smoother when fps dips below ~30, +1 frame latency)"_s});
-    boxes.addRow(layout, u"Hold-back:"_s, holdbackCombo, 1);
+    addBox(form, u"Hold-back:"_s, holdbackCombo);
 
     frameCapCheck = named(new QCheckBox, u"frameCapCheck"_s);
     frameCapCheck->setToolTip(
         u"Frame generation interpolates between the frames the game produces, so it works best when those arrive at a steady rate. Capping the game below your display's refresh rate is the biggest smoothness improvement available, and for games with no frame rate limit of their own it is the only way to get one. The cost is slightly more input delay. Use the gear button to set an exact value."_s);
-    layout->addWidget(frameCapCheck);
+    // As wide from the start as with a number of three digits.
+    frameCapCheck->setText(frameCapLabelText());
+    frameCapCheck->setMinimumWidth(frameCapCheck->sizeHint().width() +
+                                   frameCapCheck->fontMetrics().horizontalAdvance(u'0'));
+    frameCapCheck->setText({});
+    form->addRow(frameCapCheck);
 
-    auto *preview = named(new PreviewLabel, u"previewLabel"_s);
-    preview->setStyleSheet(u"color: gray; font-size: 8pt;"_s);
-    previewLabel = preview;
-    layout->addWidget(new PreviewArea(preview));
+    previewLabel = named(new PreviewLabel, u"previewLabel"_s);
+    previewLabel->setStyleSheet(smallGrayStyle);
+    form->addRow(new ScrolledPart(previewLabel, 2));
+    layout->addWidget(new ScrolledPart(settings, 8));
 
-    layout->addStretch(0);
     auto *advancedRow = new QHBoxLayout;
     advancedRow->addStretch();
     advancedButton =

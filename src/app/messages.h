@@ -5,7 +5,7 @@ class QString;
 class QWidget;
 
 /// Shows a warning with an OK button and waits for its end. The text can be selected and copied;
-/// one that is taller than the screen is scrolled in the box.
+/// text of several lines has the keyboard focus, and is scrolled in the box where it is long.
 void warn(QWidget *parent, const QString &text);
 
 /// Asks a question with Yes and No and waits for the answer; closing the box is a No.

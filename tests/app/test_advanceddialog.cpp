@@ -149,37 +149,6 @@ private Q_SLOTS:
         QVERIFY(user.pacingCombo->width() > user.pacingCombo->sizeHint().width());
     }
 
-    void theBoxesHaveOneLeftEdge()
-    {
-        const DialogUser user({}, 60);
-        const QMap<QString, int> edges = leftEdgesOfBoxes(user.dialog);
-        QCOMPARE(edges.size(), 2);
-        QCOMPARE(edges.value(u"capSpin"_s), edges.value(u"pacingCombo"_s));
-        QCOMPARE(spareWidthsOfLabels(user.dialog).count(0), 1); // the widest
-    }
-
-    void theWheelChangesNoBoxWithoutTheFocus_data()
-    {
-        QTest::addColumn<QString>("box");
-        QTest::newRow("cap") << u"capSpin"_s;
-        QTest::newRow("pacing") << u"pacingCombo"_s;
-    }
-    void theWheelChangesNoBoxWithoutTheFocus()
-    {
-        QFETCH(const QString, box);
-        const launch::GameSettings settings{.caphz = 77, .pacing = 22};
-        const DialogUser user(settings, 60);
-        auto *widget = user.dialog.findChild<QWidget *>(box);
-        user.limitCheck->setFocus();
-        turnWheelOver(widget);
-        QCOMPARE(user.dialog.result(), settings);
-        QCOMPARE(QApplication::focusWidget(), user.limitCheck);
-
-        widget->setFocus();
-        turnWheelOver(widget);
-        QVERIFY(user.dialog.result() != settings); // else nothing is shown here
-    }
-
     void labelsNameTheirControls()
     {
         const DialogUser user({}, 60);

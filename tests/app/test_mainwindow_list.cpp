@@ -2,10 +2,17 @@
 #include "windowuser.h"
 
 #include <QAccessible>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QHelpEvent>
 #include <QImage>
+#include <QMenu>
 #include <QScopeGuard>
 #include <QScrollBar>
 #include <QTest>
+#include <QTextDocumentFragment>
+#include <QTimer>
+#include <QToolTip>
 
 using namespace Qt::StringLiterals;
 
@@ -100,12 +107,109 @@ private Q_SLOTS:
             machine.installSteam();
         WindowUser user;
         QCOMPARE(user.gameList->count(), 0);
+        const auto *label = user.window.findChild<QLabel *>(u"emptyLabel"_s);
+        QVERIFY(label->isVisible() && user.gameList->isAncestorOf(label));
+        for (const QString &word : {u"No installed games"_s, u"Flatpak"_s, u"Snap"_s}) {
+            QVERIFY(label->text().contains(word));
+            QVERIFY(user.gameList->accessibleDescription().contains(word));
+        }
+        QVERIFY(label->height() >= label->heightForWidth(label->width()));
         QCOMPARE(user.settingsGroup->title(), u"Game settings"_s);
         QVERIFY(!user.settingsGroup->isEnabled());
         QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
         QVERIFY(!user.applyButton->isEnabled());
         user.click(user.refreshButton);
         QCOMPARE(user.gameList->count(), 0);
+    }
+
+    void aListWithGamesSaysNothingOfAnEmptyOne()
+    {
+        const PlayersMachine machine;
+        WindowUser user;
+        const auto *label = user.window.findChild<QLabel *>(u"emptyLabel"_s);
+        QVERIFY(label->isVisible());
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        user.click(user.refreshButton);
+        QVERIFY(!label->isVisible());
+        QCOMPARE(user.gameList->accessibleDescription(), QString());
+    }
+
+    void theLaunchOptionsOfTheCurrentGameAreCopied_data()
+    {
+        QTest::addColumn<bool>("byKeyboard");
+        QTest::newRow("by the keyboard") << true;
+        QTest::newRow("by the menu") << false;
+    }
+    void theLaunchOptionsOfTheCurrentGameAreCopied()
+    {
+        QFETCH(const bool, byKeyboard);
+        const PlayersMachine machine;
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s, u"-own <b> options"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        WindowUser user;
+        for (int row = 0; row < 2; ++row) {
+            QGuiApplication::clipboard()->setText(u"before"_s);
+            user.selectRow(row);
+            if (byKeyboard) {
+                QTest::keyClick(user.gameList, Qt::Key_C, Qt::ControlModifier);
+            } else {
+                QTimer::singleShot(0, user.gameList, [] {
+                    auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+                    QCOMPARE(menu->actions().size(), 1);
+                    QCOMPARE(menu->actions().first()->text(), u"Copy launch options"_s);
+                    QTest::keyClick(menu, Qt::Key_Down);
+                    QTest::keyClick(menu, Qt::Key_Return);
+                });
+                QContextMenuEvent event(QContextMenuEvent::Keyboard, {5, 5},
+                                        user.gameList->mapToGlobal(QPoint(5, 5)));
+                QApplication::sendEvent(user.gameList, &event);
+            }
+            QCOMPARE(QGuiApplication::clipboard()->text(), user.previewLabel->text());
+            QVERIFY(user.previewLabel->text() != u"before"_s);
+        }
+    }
+
+    void anUntickedGamesSettingsSayWhatToDo()
+    {
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        QVERIFY(user.settingsGroup->toolTip().contains("Tick"_L1));
+        user.toggle(u"Alpha"_s);
+        QCOMPARE(user.settingsGroup->toolTip(), QString());
+        machine.removeGame(u"100"_s);
+        user.click(user.refreshButton);
+        QCOMPARE(user.settingsGroup->toolTip(), QString()); // there is no game to tick
+    }
+
+    void toolTipsAreBrokenIntoLinesAndShownAsTheyAre_data()
+    {
+        QTest::addColumn<QString>("options");
+        QTest::newRow("words") << u"--an-option value "_s.repeated(50).trimmed();
+        QTest::newRow("without a blank") << QString(900, u'x');
+        QTest::newRow("markup") << u"<b>bold</b> &amp; <br>"_s;
+    }
+    void toolTipsAreBrokenIntoLinesAndShownAsTheyAre()
+    {
+        QFETCH(const QString, options);
+        const PlayersMachine machine;
+        machine.installGames({{u"100"_s, u"Alpha"_s, options}});
+        const WindowUser user;
+        // In the list, and on a widget.
+        const auto shown = [](QWidget *widget, QPoint place) {
+            QHelpEvent hover(QEvent::ToolTip, place, widget->mapToGlobal(place));
+            QApplication::sendEvent(widget, &hover);
+            QString words = QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText();
+            return words.remove(u'\u200b'); // places to break
+        };
+        const QPoint place = user.gameList->visualItemRect(user.gameList->item(0)).center();
+        QCOMPARE(shown(user.gameList->viewport(), place), user.gameList->item(0)->toolTip());
+        QCOMPARE(shown(user.frameCapCheck, {5, 5}), user.frameCapCheck->toolTip());
+        for (const QWidget *window : QApplication::topLevelWidgets()) {
+            if (window->windowType() == Qt::ToolTip)
+                QVERIFY2(window->width() < 1000, QByteArray::number(window->width()));
+        }
+        QToolTip::hideText();
     }
 
     void tickingAGameSelectsItAndUnlocksItsSettings()
@@ -142,9 +246,8 @@ private Q_SLOTS:
     void aBlankWithinATypedNameTicksNothing()
     {
         const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s},
-                              {u"200"_s, u"Iron Harvest"_s},
-                              {u"300"_s, u"Iron Lantern"_s}});
+        machine.installGames(
+            {{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Iron Harvest"_s}, {u"300"_s, u"Iron Lantern"_s}});
         WindowUser user;
         user.gameList->setFocus();
         const int usual = QApplication::keyboardInputInterval();
@@ -174,7 +277,8 @@ private Q_SLOTS:
             list->child(row)->actionInterface()->doAction(
                 QAccessibleActionInterface::toggleAction());
         };
-        // What is selected is deselected by the same action, but never without another in its place.
+        // What is selected is deselected by the same action, but never without another in its
+        // place.
         for (int i = 0; i < 2; ++i) {
             toggle(1);
             QCOMPARE(user.gameList->currentRow(), 1);

@@ -114,7 +114,6 @@ private Q_SLOTS:
                 list.append(QRect(widget->mapTo(&user.window, QPoint()), widget->size()));
             return list;
         };
-        QCOMPARE(user.window.width(), 900);
         const QList<QRect> before = places();
         user.toggle(u"Alpha"_s);
         QCoreApplication::processEvents();
@@ -122,6 +121,8 @@ private Q_SLOTS:
         QVERIFY(user.window.rect().contains(before[1]));
         QVERIFY(user.statusLabel->height() >=
                 user.statusLabel->heightForWidth(user.statusLabel->width()));
+        const int whole = user.statusLabel->fontMetrics().horizontalAdvance(u"pending changes."_s);
+        QVERIFY(user.statusLabel->minimumSizeHint().width() < whole);
     }
 
     void longGameNamesLeaveTheWindowAsItIs_data() { addNameRows(); }
@@ -155,7 +156,7 @@ private Q_SLOTS:
         const int whole = font.horizontalAdvance(user.settingsGroup->title());
         const int room = user.settingsGroup->width() - font.averageCharWidth();
         // A title that is cut off, not elided, reaches the last column.
-        QVERIFY2(shown >= qMin(whole, room) - 2 * font.maxWidth() && shown <= room,
+        QVERIFY2(shown >= qMin(whole, room * 3 / 4) - 2 * font.maxWidth() && shown <= room,
                  QByteArray::number(shown));
     }
 
@@ -168,8 +169,10 @@ private Q_SLOTS:
             box.resize(200, 100);
             return box.grab().toImage();
         };
-        // As long as there is room for a letter at either side.
-        const QFontMetrics font = group.fontMetrics();
+        // As long as there is room for a letter at either side, in bold, too.
+        QFont bold = group.font();
+        bold.setBold(true);
+        const QFontMetrics font(bold);
         const int room = 200 - 2 * font.averageCharWidth();
         int fitting = 0;
         for (QString title = u"i"_s; font.horizontalAdvance(title) <= room; title += u'i') {

@@ -14,6 +14,7 @@ namespace
 {
 
 const QString own = u"-windowed"_s;
+const auto pendingInWords = u"Change not applied yet."_s;
 const QString warning =
     u"Has custom launch options; enabling will replace them (restored on disable):\n-windowed"_s;
 
@@ -113,9 +114,11 @@ private Q_SLOTS:
             return ink;
         };
         QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QCOMPARE(descriptionOf(user, 0), QString());
         const int plain = inkWhileTheOtherIsSelected();
         step(user);
         QVERIFY(inkWhileTheOtherIsSelected() > plain * 11 / 10);
+        QCOMPARE(descriptionOf(user, 0), pendingInWords);
     }
 
     void applyTakesTheBoldFaceBack()
@@ -155,6 +158,7 @@ private Q_SLOTS:
         user.toggleRow(1);
         user.selectRow(3);
         QCOMPARE(inkOfTheName(user, 0), inkOfTheName(user, 1));
+        QCOMPARE(descriptionOf(user, 0), pendingInWords);
         QCOMPARE(user.gameList->item(0)->toolTip(), QString());
         user.toggleRow(0);
         user.selectRow(3);

@@ -184,13 +184,3 @@ QMap<QString, int> leftEdgesOfBoxes(const QWidget &window)
     }
     return edges;
 }
-
-QList<int> spareWidthsOfLabels(const QWidget &window)
-{
-    QList<int> widths;
-    for (const QLabel *label : window.findChildren<QLabel *>()) {
-        if (label->buddy())
-            widths.append(label->width() - label->sizeHint().width());
-    }
-    return widths;
-}

@@ -106,5 +106,3 @@ void turnWheelOver(QWidget *widget);
 
 /// Where the box of each label starts, from the left of the window.
 QMap<QString, int> leftEdgesOfBoxes(const QWidget &window);
-/// By how much each label is wider than its text needs.
-QList<int> spareWidthsOfLabels(const QWidget &window);

@@ -50,7 +50,7 @@ class Accessibility(ProgramTestCase):
         self.app.click(own)
         self.desktop.key("space")
         wait_for(lambda: has_state(own, Atspi.StateType.CHECKED), "the tick")
-        wait_for(lambda: own.get_description() == "", "the end of the description")
+        wait_for(lambda: own.get_description() == "Change not applied yet.", "the pending change")
         self.desktop.key("space")
         wait_for(lambda: own.get_description().startswith("Has custom"), "the description")
 

@@ -36,7 +36,7 @@ class SmallScreens(unittest.TestCase):
                 button = apply.get_extents(Atspi.CoordType.SCREEN)
                 return left >= 0 and top >= 0 and right <= width and bottom <= height \
                     and button.height > 0 and (button.y + button.height) * scale <= bottom \
-                    and bottom - top >= min(height, 620 * scale) - 3 * scale
+                    and bottom - top >= min(height - 50 * scale, 620 * scale)
 
             wait_for(is_whole, "the window within the screen", 10)
             app.click(app.wait("list item", "Amber Tides"))
