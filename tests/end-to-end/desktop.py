@@ -143,6 +143,10 @@ class Desktop:
         subprocess.run(["xdotool", "mousemove", "--sync", str(int(x)), str(int(y)),
                         "click", "4", "click", "5", "click", "5"], env=self.environment, check=True)
 
+    def clipboard(self):
+        """The text in the clipboard; empty without one."""
+        return self._output(["xclip", "-o", "-selection", "clipboard", "-target", "UTF8_STRING"])
+
     def screenshot(self, path):
         subprocess.run(["import", "-window", "root", str(path)], env=self.environment, check=True)
 

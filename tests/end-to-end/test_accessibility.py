@@ -5,6 +5,13 @@ import unittest
 from case import ProgramTestCase
 from desktop import Atspi, descendants, has_state, label_of, role_of, wait_for
 
+PENDING = "Change not applied yet."
+
+
+def description_of(accessible):
+    accessible.clear_cache()  # of what was told before
+    return accessible.get_description()
+
 
 class Accessibility(ProgramTestCase):
     def test_every_choice_is_named_by_its_label(self):
@@ -50,9 +57,9 @@ class Accessibility(ProgramTestCase):
         self.app.click(own)
         self.desktop.key("space")
         wait_for(lambda: has_state(own, Atspi.StateType.CHECKED), "the tick")
-        wait_for(lambda: own.get_description() == "Change not applied yet.", "the pending change")
+        wait_for(lambda: description_of(own) == PENDING, "the pending change")
         self.desktop.key("space")
-        wait_for(lambda: own.get_description().startswith("Has custom"), "the description")
+        wait_for(lambda: description_of(own).startswith("Has custom"), "the description")
 
     def test_toggle_makes_its_game_the_current_one(self):
         self.app.wait("panel", "Game settings: Amber Tides")
@@ -63,6 +70,30 @@ class Accessibility(ProgramTestCase):
         self.desktop.key("space")
         wait_for(lambda: has_state(item, Atspi.StateType.CHECKED) != was_ticked, "Fathom's tick")
         self.assertFalse(has_state(self.app.wait("list item", "Amber Tides"), Atspi.StateType.CHECKED))
+
+    def test_a_pending_row_says_so(self):
+        item = self.app.wait("list item", "Fathom")
+        self.assertEqual(description_of(item), "")
+        self.app.click(item)
+        self.desktop.key("space")
+        wait_for(lambda: description_of(item) == PENDING, "the description")
+        self.desktop.key("space")
+        wait_for(lambda: description_of(item) == "", "the end of the description")
+
+    def test_a_refused_size_says_so(self):
+        self.app.click(self.app.wait("list item", "Amber Tides"))
+        self.desktop.key("space")
+        box = self.app.wait_labelled("Render resolution:")
+        wait_for(lambda: has_state(box, Atspi.StateType.ENABLED), "the enabled settings")
+        self.app.click(box)
+        self.desktop.key("ctrl+a")
+        self.desktop.type("300x200")
+        refused = ("Not accepted: widths from 320 to 7680, heights from 200 to 4320, such as 1706x960. "
+                   "1280x720 stays in force.")
+        wait_for(lambda: box.get_description() == refused, "the description")
+        self.desktop.key("ctrl+a")
+        self.desktop.type("1706x960")
+        wait_for(lambda: not box.get_description().startswith("Not accepted"), "its end")
 
     def test_dialog(self):
         self.app.click(self.app.wait("list item", "Amber Tides"))

@@ -4,7 +4,7 @@ import time
 import unittest
 
 from case import CLOSE_STEAM, RESTART_STEAM, ProgramTestCase
-from desktop import Atspi, has_state, label_of, wait_for
+from desktop import Atspi, descendants, has_state, label_of, wait_for
 
 PENDING = "1 game(s) with pending changes. Steam must close briefly to apply."
 
@@ -184,6 +184,49 @@ class Searching(KeyboardTestCase):
         self.desktop.key("space")
         self.status_is(PENDING)
         self.assertTrue(has_state(self.app.wait("list item", "Iron Lantern"), Atspi.StateType.CHECKED))
+
+
+class Copying(KeyboardTestCase):
+    def prepare(self):
+        self.machine.kill_client()
+
+    def clipboard_is(self, text):
+        try:
+            wait_for(lambda: self.desktop.clipboard() == text, "the clipboard", 5)
+        except AssertionError:
+            self.assertEqual(self.desktop.clipboard(), text)
+
+    def test_options_of_a_game_with_and_without_its_tick(self):
+        self.focus_is("Games")
+        self.desktop.key("ctrl+c")
+        self.clipboard_is("mangohud %command%")
+        self.tick_first_game()
+        self.desktop.key("ctrl+c")
+        self.clipboard_is(self.composed())
+
+    def composed(self):
+        """The options that are shown for the current game."""
+        return wait_for(lambda: next(
+            (label.get_name() for label in descendants(self.app.root)
+             if label.get_name().startswith("MARROWPULSE=1 ")), None), "the options")
+
+    def test_options_from_the_menu_of_the_list(self):
+        self.focus_is("Games")
+        self.desktop.key("Menu")
+        # A menu is a window of its own, which the bus does not tell of.
+        wait_for(lambda: len(self.desktop.output("xdotool", "search", "--onlyvisible", "--class",
+                                                 "marrowpulse").split()) == 2, "the menu")
+        self.desktop.key("Down", "Return")
+        self.clipboard_is("mangohud %command%")
+
+    def test_failures_are_copied_from_their_message_at_once(self):
+        self.tick_first_game()
+        self.machine.local_config.write_text("\n")
+        self.desktop.key("alt+a")
+        text = "Some changes failed:\n1001010: no apps section found"
+        self.box_is(text)
+        self.desktop.key("ctrl+a", "ctrl+c")
+        self.clipboard_is(text)
 
 
 if __name__ == "__main__":
