@@ -65,7 +65,7 @@ AdvancedDialog::AdvancedDialog(const launch::GameSettings &gameSettings, int ref
     connect(limitCheck, &QCheckBox::toggled, this, [this] { synchroniseEnabledStates(); });
     connect(automaticCheck, &QCheckBox::toggled, this, [this] { synchroniseEnabledStates(); });
     synchroniseEnabledStates();
-    // Left to itself, a dialog opens no higher than two thirds of the screen.
+    // By default Qt opens a dialog at most two thirds as high as the screen.
     resize(sizeHint().boundedTo(roomForWindow(*this)));
 }
 
@@ -136,7 +136,7 @@ void AdvancedDialog::showSettings()
     automaticCheck->setChecked(settings.caphz < 1);
     capSpin->setValue(launch::frameCapInForce(settings, refreshHz));
     renderResolutionCheck->setChecked(settings.renderres);
-    // A value that is no item's reads as off.
+    // A value that is not in the list shows as Off.
     pacingCombo->setCurrentIndex(std::max(0, pacingCombo->findData(settings.pacing)));
     overlayCheck->setChecked(settings.debugoverlay);
 }

@@ -10,18 +10,18 @@ class QComboBox;
 class QSpinBox;
 class QVBoxLayout;
 
-/// The modal dialog for the less common settings of one game. It writes nothing itself: the caller
-/// takes result() when the dialog was accepted.
+/// The modal dialog for the less common settings of one game. It writes nothing to the disk: if the
+/// user accepts it, the caller takes result().
 class AdvancedDialog : public QDialog
 {
     Q_OBJECT
 
 public:
-    /// `refreshHz` is the display's refresh rate, below 1 when unknown.
+    /// `refreshHz` is the display's refresh rate in hertz, below 1 if unknown.
     AdvancedDialog(const launch::GameSettings &settings, int refreshHz, QWidget *parent);
 
-    /// The settings that the dialog was opened with, changed as its controls show. What the dialog
-    /// has no control for comes back as it was.
+    /// The settings that the controls show. Settings without a control are as they were when the
+    /// dialog was opened.
     launch::GameSettings result() const;
 
 private:

@@ -3,8 +3,8 @@
 
 #include <QComboBox>
 
-/// A combo box whose texts, however long, do not widen its window: closed it shows what fits, its
-/// popup is as wide as the widest item.
+/// A combo box whose long texts do not widen its window. The closed box shows as much of a text as
+/// fits; its popup is as wide as the widest item.
 class ChoiceBox : public QComboBox
 {
     Q_OBJECT

@@ -3,8 +3,8 @@
 
 #include <QGroupBox>
 
-/// The frame around a game's settings. Its title, which holds the game's name, does not widen the
-/// window: it is shown as far as it fits.
+/// The group box around a game's settings. Its title holds the game's name, and does not widen the
+/// window: it is cut where it does not fit.
 class GameGroup : public QGroupBox
 {
     Q_OBJECT

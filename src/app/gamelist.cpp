@@ -18,22 +18,22 @@ public:
 
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        // As wide as the list: a long name is elided, not scrolled.
+        // No wider than the list: a long name is cut, not scrolled.
         return {0, QStyledItemDelegate::sizeHint(option, index).height()};
     }
 
 protected:
     void initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const override
     {
-        // The base class shrinks the decoration to the picture's own size and leaves it out without
-        // one; the view's icon size is in the option before.
+        // The base class shrinks the room for the picture to the picture's size, and removes it
+        // from rows without a picture. Before the call, the option holds the list's icon size.
         const QSize box = option->decorationSize;
         QStyledItemDelegate::initStyleOption(option, index);
         option->decorationSize = box;
         option->features |= QStyleOptionViewItem::HasDecoration;
         if (!index.data(Qt::ToolTipRole).toString().isEmpty()) {
             option->text += u"  \u2022"_s;
-            option->textElideMode = Qt::ElideMiddle; // the mark is seen behind a long name, too
+            option->textElideMode = Qt::ElideMiddle; // keeps the dot behind a long name
         }
         option->font.setBold(index.data(GameItem::PendingRole).toBool());
         option->fontMetrics = QFontMetrics(option->font);

@@ -29,7 +29,7 @@ using namespace Qt::StringLiterals;
 
 MainWindow::MainWindow() : store(u"Marrowpulse"_s, u"Marrowpulse"_s)
 {
-    store.setFallbacksEnabled(false); // what is kept is kept in its own file
+    store.setFallbacksEnabled(false); // read no other settings file
     setWindowTitle(u"Marrowpulse"_s);
     resize(QSize(900, 620).boundedTo(roomForWindow(*this)));
     libraryPrefix = launch::readLibraryPrefix();
@@ -63,15 +63,15 @@ void MainWindow::closeEvent(QCloseEvent *event)
     event->setAccepted(!isBusy());
 }
 
-/// Whether an Apply runs or a dialog asks. Then nothing else is begun, and the window stays:
-/// assistive tools reach the buttons behind a dialog.
+/// True while an Apply runs or a dialog is open. Then the window starts nothing else and does not
+/// close: assistive tools can reach the buttons behind a dialog.
 bool MainWindow::isBusy() const
 {
     return applying || QApplication::activeModalWidget();
 }
 
-/// What holds for all widgets: the wheel changes no box that it only passes over, and a tool tip,
-/// which the toolkit breaks only where it is markup, is broken into lines and shown as it is.
+/// For all widgets: the wheel does not change a box without the focus, and tool tips are broken
+/// into lines. Qt breaks only markup, so plain text is escaped into markup.
 bool MainWindow::eventFilter(QObject *watched, QEvent *event)
 {
     auto *widget = qobject_cast<QWidget *>(watched);
@@ -83,7 +83,7 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
     }
     const auto *help = static_cast<QHelpEvent *>(event);
     QString text = widget->toolTip();
-    QRect place; // where the tip stays
+    QRect place; // the tip stays while the pointer is in it
     if (const auto *view = qobject_cast<QAbstractItemView *>(widget->parentWidget())) {
         const QModelIndex index = view->indexAt(help->pos());
         text = index.data(Qt::ToolTipRole).toString();
@@ -125,13 +125,13 @@ void MainWindow::reloadGames()
     if (isBusy())
         return;
     const WaitCursor waiting;
-    store.sync(); // another window may have kept a game's own options
+    store.sync(); // another window may have saved a game's own options
     const QListWidgetItem *previous = gameList->currentItem();
     const QString selected = previous ? previous->data(Qt::UserRole).toString() : QString();
     const int place = gameList->verticalScrollBar()->value();
 
-    // The list is silent until it is whole again: with no game selected, the controls would be
-    // disabled for a moment and the one that has the keyboard focus would lose it.
+    // Block the list's signals until it is filled again: while no game is selected, the controls
+    // would be disabled, and the one with the keyboard focus would lose it.
     const QSignalBlocker silence(gameList);
     loading = true;
     gameList->clear();
@@ -193,7 +193,7 @@ QString MainWindow::pendingText(int count)
 
 void MainWindow::updatePendingStatus()
 {
-    const QSignalBlocker silence(gameList); // nobody ticks here
+    const QSignalBlocker silence(gameList); // this is no tick of the user's
     int count = 0;
     for (int row = 0; row < games.size(); ++row) {
         const bool pending = isPending(games[row]);
@@ -205,8 +205,7 @@ void MainWindow::updatePendingStatus()
     showPreview();
 }
 
-/// Shows what is known of the game in its row: whether it is pending, and the options of its own
-/// that a tick would replace.
+/// Shows in the game's row whether it is pending, and the own options that a tick would replace.
 void MainWindow::renewRow(int row, bool isPending)
 {
     const steam::GameEntry &game = games[row];

@@ -27,8 +27,8 @@ namespace steam
 struct LaunchOptionsChange;
 }
 
-/// The program's window. It owns all working state of a run: the GPUs, the games of the last scan
-/// and the settings and marks that the user gave them. Only apply() writes anything to the disk.
+/// The program's window. It owns all state of a run: the GPUs, the games of the last scan, and the
+/// settings and ticks that the user gave them. Only apply() writes to the disk.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -36,12 +36,12 @@ class MainWindow : public QMainWindow
 public:
     MainWindow();
 
-    /// Carries every pending change into Steam's file, asking the user on the way; see
-    /// mainwindow_apply.cpp.
+    /// Writes every pending change to Steam's file, and asks the user on the way. Does nothing
+    /// while another Apply runs or a dialog is open.
     void apply();
 
-    /// What Steam should hold for the game now. The one rule by which pending games are counted and
-    /// changes are applied.
+    /// The launch options that Steam should hold for the game now. Only this function decides that:
+    /// the preview, the count of pending games and Apply call it.
     QString desiredLaunchOptions(const steam::GameEntry &game) const;
 
 protected:
@@ -79,7 +79,8 @@ private:
     void showRefusedSizes(const launch::GameSettings &settings);
     void showPreview();
     QString frameCapLabelText() const;
-    /// Puts the size into the last two if the text is one that is accepted.
+    /// Sets `width` and `height` if the text is an accepted size; otherwise leaves them as they
+    /// are.
     static void parseResolution(const QString &text, int &width, int &height);
 
     // Applying: mainwindow_apply.cpp
@@ -93,14 +94,14 @@ private:
     int compositingIndex = -1; ///< index in gpus of the one that drives the display; -1 for none
     QList<steam::GameEntry> games;                    ///< the last scan
     QMap<QString, launch::GameSettings> gameSettings; ///< by app id; kept for the whole run
-    QSet<QString> enabledGames;                       ///< app ids of the checked games
+    QSet<QString> enabledGames;                       ///< app ids of the ticked games
     QString libraryPrefix;
-    QString losslessPath; ///< empty when Lossless Scaling is not installed
+    QString losslessPath; ///< empty if Lossless Scaling is not installed
     bool lsfgAvailable = false;
-    int refreshHz = 0; ///< 0 when unknown
+    int refreshHz = 0; ///< 0 if unknown
     QSettings store;
-    bool applying = false; ///< an Apply runs, from its start to the answer to its last question
-    bool loading = false;  ///< the program, not the user, is changing the controls or the list
+    bool applying = false; ///< an Apply runs, until its last question is answered
+    bool loading = false;  ///< the program, not the user, changes the controls or the list
 
     QLabel *gpuLabel = nullptr;
     QComboBox *renderGpuCombo = nullptr;

@@ -14,7 +14,7 @@
 
 using namespace Qt::StringLiterals;
 
-// Between the current game's record and the controls.
+// Shows the current game's record in the controls, and takes their changes into the record.
 
 void MainWindow::onGameSelected()
 {
@@ -29,7 +29,7 @@ void MainWindow::onGameSelected()
     settingsGroup->setEnabled(isEnabled);
     settingsGroup->setToolTip(isEnabled ? QString()
                                         : u"Tick this game in the list to change its settings."_s);
-    // In a group box title an ampersand marks a shortcut; doubled it is one of the name.
+    // A single ampersand in a group box title would mark a shortcut.
     QString name = game->name;
     settingsGroup->setTitle("Game settings: "_L1 + name.replace(u'&', u"&&"_s));
     showGameSettings();
@@ -89,7 +89,7 @@ void MainWindow::onGameItemChanged(QListWidgetItem *item)
     updatePendingStatus();
 }
 
-/// Gives every row of a game the same tick: it has one for each library that holds it.
+/// Gives every row of the game the same tick: a game has a row for each library that holds it.
 void MainWindow::tickRowsOf(const QString &appid, Qt::CheckState state)
 {
     const QSignalBlocker silence(gameList);
@@ -120,7 +120,7 @@ void MainWindow::enableDependentControls(const launch::GameSettings &settings)
     holdbackCombo->setEnabled(settings.framegen);
 }
 
-/// A size that is typed and is not the one in force is shown as refused.
+/// Marks each box in which the typed size is not accepted.
 void MainWindow::showRefusedSizes(const launch::GameSettings &settings)
 {
     const auto show = [](ResolutionBox *box, int width, int height) {

@@ -27,13 +27,13 @@
 
 using namespace Qt::StringLiterals;
 
-// The widget tree. Widgets are made in the order in which the eye reads them, which is the order in
-// which Tab visits them.
+// Builds the widget tree. Tab visits widgets in the order of their creation, so they are created in
+// reading order.
 
 namespace
 {
 
-/// A layout whose parts stand closer than the style has them: what it saves is the preview's.
+/// Makes a layout with narrow margins and gaps, which leave more room for the preview.
 template <typename Layout>
 Layout *newColumn(QWidget *parent, int margin)
 {
@@ -91,7 +91,7 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
     splitter->addWidget(gameList);
     buildSettingsGroup();
     splitter->addWidget(settingsGroup);
-    // The stretch factors rule resizing; the sizes, taken as proportions, rule the start.
+    // The sizes set the proportions at the start, the stretch factors those after resizing.
     splitter->setStretchFactor(0, 3);
     splitter->setStretchFactor(1, 2);
     splitter->setSizes({3000, 2000});
@@ -132,7 +132,7 @@ void MainWindow::buildSettingsGroup()
     frameCapCheck = named(new QCheckBox, u"frameCapCheck"_s);
     frameCapCheck->setToolTip(
         u"Frame generation interpolates between the frames the game produces, so it works best when those arrive at a steady rate. Capping the game below your display's refresh rate is the biggest smoothness improvement available, and for games with no frame rate limit of their own it is the only way to get one. The cost is slightly more input delay. Use the gear button to set an exact value."_s);
-    // As wide from the start as with a number of three digits.
+    // As wide from the start as with a cap of three digits.
     frameCapCheck->setText(frameCapLabelText());
     frameCapCheck->setMinimumWidth(frameCapCheck->sizeHint().width() +
                                    frameCapCheck->fontMetrics().horizontalAdvance(u'0'));
@@ -160,8 +160,8 @@ void MainWindow::buildBottomRow(QVBoxLayout *layout)
     auto *row = new QHBoxLayout;
     row->setSpacing(style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing));
     statusLabel = named(new QLabel, u"statusLabel"_s);
-    // As high as its longest text, so that nothing moves when that comes; no wider than there is
-    // room.
+    // As high as its longest text, so that nothing moves when that is shown, and no wider than the
+    // room there is.
     auto *status = new QStackedLayout;
     row->addLayout(status, 1);
     for (QLabel *label : {statusLabel, new QLabel(pendingText(10000))}) {

@@ -16,8 +16,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Puts the box's lines into a scrolled part, at most half as high as the screen, and the keyboard
-/// focus on them.
+/// Makes the box's lines scroll if they need more than half the screen's height, and gives them the
+/// keyboard focus.
 void scrollLines(QMessageBox &box)
 {
     const QList<QLabel *> labels = box.findChildren<QLabel *>();
@@ -44,7 +44,7 @@ void scrollLines(QMessageBox &box)
 void warn(QWidget *parent, const QString &text)
 {
     QMessageBox box(QMessageBox::Warning, u"Marrowpulse"_s, text, QMessageBox::Ok, parent);
-    box.setTextFormat(Qt::PlainText); // names of files may look like markup
+    box.setTextFormat(Qt::PlainText); // file names may look like markup
     box.setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     if (text.contains(u'\n'))
         scrollLines(box);

@@ -4,8 +4,8 @@
 #include <QLabel>
 #include <QStaticText>
 
-/// Shows launch options, which are long and may have no blank for hundreds of letters: a word that
-/// is longer than a line is broken anywhere.
+/// Shows launch options. They are long and may have no blank for hundreds of letters, so a word
+/// that is longer than a line is broken anywhere.
 class PreviewLabel : public QLabel
 {
     Q_OBJECT

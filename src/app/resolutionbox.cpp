@@ -39,7 +39,7 @@ void ResolutionBox::setRefused(const QString &why)
     setToolTip(why);
     setAccessibleDescription(why);
     lineEdit()->setAccessibleDescription(why);
-    QPalette own; // what it does not set is the box's
+    QPalette own; // colours that it does not set stay the box's
     if (!why.isEmpty()) {
         const bool isDark = palette().color(QPalette::Base).lightness() < 128;
         own.setColor(QPalette::Text, isDark ? QColor(255, 128, 128) : QColor(176, 0, 0));

@@ -32,7 +32,7 @@ QSize ScrolledPart::minimumSizeHint() const
 bool ScrolledPart::viewportEvent(QEvent *event)
 {
     if (event->type() == QEvent::LayoutRequest)
-        updateGeometry(); // the content's size has changed
+        updateGeometry(); // because the content's size has changed
     if (event->type() != QEvent::Wheel || isEnabled() || verticalScrollBar()->maximum() == 0)
         return QScrollArea::viewportEvent(event);
     const int turned = static_cast<QWheelEvent *>(event)->angleDelta().y();

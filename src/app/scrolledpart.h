@@ -3,14 +3,14 @@
 
 #include <QScrollArea>
 
-/// Shows a widget whole where there is room for it, and scrolls it up and down where there is not.
-/// The wheel scrolls it while it is disabled, too.
+/// Shows a widget whole if there is room, and otherwise scrolls it up and down. The wheel scrolls
+/// it also while it is disabled.
 class ScrolledPart : public QScrollArea
 {
     Q_OBJECT
 
 public:
-    /// `leastLines` is how many lines of text there is room for in any case.
+    /// `leastLines` is the smallest height, in lines of text.
     ScrolledPart(QWidget *content, int leastLines);
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;

@@ -4,7 +4,7 @@
 #include <QCursor>
 #include <QGuiApplication>
 
-/// Shows the wait cursor for as long as it lives. To be gone before a dialog is shown.
+/// Shows the wait cursor while it lives. Destroy it before you show a dialog.
 class WaitCursor
 {
 public:

@@ -12,12 +12,12 @@ using namespace Qt::StringLiterals;
 void addBox(QFormLayout *form, const QString &text, QWidget *box)
 {
     box->setFocusPolicy(Qt::StrongFocus);
-    // An editable combo box hands the keyboard focus to its line edit, which has no label.
+    // An editable combo box passes the keyboard focus to its line edit, which has no label.
     if (auto *edit = box->findChild<QLineEdit *>())
         edit->setAccessibleName(text);
     auto *label = new QLabel(text);
     label->setBuddy(box);
-    label->setMinimumHeight(box->sizeHint().height()); // at the height of the box's text
+    label->setMinimumHeight(box->sizeHint().height()); // puts it level with the box's text
     form->addRow(label, box);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
     form->setHorizontalSpacing(8);

@@ -7,12 +7,12 @@
 class QFormLayout;
 class QWidget;
 
-// What the window and the dialog have in common.
+// Helpers that the window and the dialog share.
 
-/// Of small gray texts: the help of the dialog, the preview of the window.
+/// The style sheet of small gray texts: the dialog's help and the window's preview.
 inline const auto smallGrayStyle = QStringLiteral("color: gray; font-size: 8pt;");
 
-/// Names a widget, so that tests and assistive tools can find it, and hands it back.
+/// Names a widget, so that tests and assistive tools can find it, and returns it.
 template <typename Widget>
 Widget *named(Widget *widget, const QString &name)
 {
@@ -20,13 +20,13 @@ Widget *named(Widget *widget, const QString &name)
     return widget;
 }
 
-/// Appends a row of a label and a box whose name it is to a screen reader. The wheel gives the box
-/// no focus.
+/// Appends a row with a label and a box. A screen reader reads the label as the box's name. The
+/// wheel does not give the box the focus.
 void addBox(QFormLayout *form, const QString &text, QWidget *box);
 
-/// The largest size that a window may have on the screen of `widget`: there is room left for the
-/// frame that the window manager puts around it.
+/// The largest size for a window on the screen of `widget`. Leaves room for the frame that the
+/// window manager adds.
 QSize roomForWindow(const QWidget &widget);
 
-/// The text with places to break in words that are too long for a line.
+/// The text with places where a line can break in words that are too long for one.
 QString breakable(QString text);
