@@ -61,7 +61,13 @@ AdvancedDialog::AdvancedDialog(const launch::GameSettings &gameSettings, int ref
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(named(buttons, u"buttons"_s));
 
-    showSettings();
+    limitCheck->setChecked(settings.framecap);
+    automaticCheck->setChecked(settings.caphz < 1);
+    capSpin->setValue(launch::frameCapInForce(settings, refreshHz));
+    renderResolutionCheck->setChecked(settings.renderres);
+    // A value that is not in the list shows as Off.
+    pacingCombo->setCurrentIndex(std::max(0, pacingCombo->findData(settings.pacing)));
+    overlayCheck->setChecked(settings.debugoverlay);
     connect(limitCheck, &QCheckBox::toggled, this, [this] { synchroniseEnabledStates(); });
     connect(automaticCheck, &QCheckBox::toggled, this, [this] { synchroniseEnabledStates(); });
     synchroniseEnabledStates();
@@ -128,17 +134,6 @@ void AdvancedDialog::buildDiagnosticsGroup(QVBoxLayout *layout)
     overlayCheck->setToolTip(
         u"Draws live counters in the top-left corner: target and effective frame rate, generated and duplicated frames, and dropped frames."_s);
     form->addRow(overlayCheck);
-}
-
-void AdvancedDialog::showSettings()
-{
-    limitCheck->setChecked(settings.framecap);
-    automaticCheck->setChecked(settings.caphz < 1);
-    capSpin->setValue(launch::frameCapInForce(settings, refreshHz));
-    renderResolutionCheck->setChecked(settings.renderres);
-    // A value that is not in the list shows as Off.
-    pacingCombo->setCurrentIndex(std::max(0, pacingCombo->findData(settings.pacing)));
-    overlayCheck->setChecked(settings.debugoverlay);
 }
 
 void AdvancedDialog::synchroniseEnabledStates()

@@ -28,7 +28,6 @@ private:
     void buildFrameCapGroup(QVBoxLayout *layout);
     void buildFramegenGroup(QVBoxLayout *layout);
     void buildDiagnosticsGroup(QVBoxLayout *layout);
-    void showSettings();
     void synchroniseEnabledStates();
 
     const launch::GameSettings settings;

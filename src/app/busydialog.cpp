@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "app/busydialog.h"
 
-#include <QCloseEvent>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThread>
@@ -11,6 +10,7 @@ BusyDialog::BusyDialog(const QString &text, QWidget *window)
     : QProgressDialog(text, QString(), 0, 0, window)
 {
     setWindowModality(Qt::WindowModal);
+    disconnect(this, &QProgressDialog::canceled, this, nullptr); // which closing would send
     show();
     // The display server shows a window some time later. The caller will block the event loop for
     // half a second at a time, so wait here until the window is painted, but not long.
@@ -21,9 +21,4 @@ BusyDialog::BusyDialog(const QString &text, QWidget *window)
     }
     repaint();
     QCoreApplication::processEvents();
-}
-
-void BusyDialog::closeEvent(QCloseEvent *event)
-{
-    event->ignore();
 }

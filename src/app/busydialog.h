@@ -11,10 +11,6 @@ class BusyDialog : public QProgressDialog
 
 public:
     BusyDialog(const QString &text, QWidget *window);
-
-    /// Called for Esc; does nothing.
+    /// What Esc and closing would do.
     void reject() override {}
-
-protected:
-    void closeEvent(QCloseEvent *event) override;
 };

@@ -27,8 +27,7 @@ int main(int argc, char **argv)
     // The desktop entry's base name and the icon's name in the icon theme.
     const auto applicationId = u"org.marrowpulse.Marrowpulse"_s;
     QGuiApplication::setDesktopFileName(applicationId);
-    const QIcon themeIcon = QIcon::fromTheme(applicationId);
-    QApplication::setWindowIcon(themeIcon.isNull() ? builtInIcon() : themeIcon);
+    QApplication::setWindowIcon(QIcon::fromTheme(applicationId, builtInIcon()));
 
     MainWindow window;
     window.show();

@@ -2,7 +2,6 @@
 #include "app/mainwindow.h"
 
 #include "app/gameitem.h"
-#include "app/waitcursor.h"
 #include "app/widgets.h"
 #include "hw/gpuenumeration.h"
 #include "hw/pcielink.h"
@@ -18,6 +17,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QScrollBar>
 #include <QSignalBlocker>
 #include <QSpinBox>
@@ -124,10 +124,11 @@ void MainWindow::reloadGames()
 {
     if (isBusy())
         return;
-    const WaitCursor waiting;
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    const auto waiting = qScopeGuard(&QGuiApplication::restoreOverrideCursor);
     store.sync(); // another window may have saved a game's own options
-    const QListWidgetItem *previous = gameList->currentItem();
-    const QString selected = previous ? previous->data(Qt::UserRole).toString() : QString();
+    const steam::GameEntry *previous = currentGame();
+    const QString selected = previous ? previous->appid : QString();
     const int place = gameList->verticalScrollBar()->value();
 
     // Block the list's signals until it is filled again: while no game is selected, the controls
@@ -136,6 +137,7 @@ void MainWindow::reloadGames()
     loading = true;
     gameList->clear();
     games = steam::scanGames();
+    int row = -1; // of the game that was selected
     for (const steam::GameEntry &game : games) {
         if (!gameSettings.contains(game.appid)) {
             const launch::LoadedGame loaded =
@@ -144,30 +146,24 @@ void MainWindow::reloadGames()
             if (loaded.enabled)
                 enabledGames.insert(game.appid);
         }
-        addGameItem(game);
+        auto *item = new GameItem(game.name, game.iconPath);
+        item->setData(Qt::UserRole, game.appid);
+        item->setCheckState(enabledGames.contains(game.appid) ? Qt::Checked : Qt::Unchecked);
+        if (row < 0 && game.appid == selected)
+            row = gameList->count();
+        gameList->addItem(item);
     }
     loading = false;
     emptyLabel->setVisible(games.isEmpty());
     gameList->setAccessibleDescription(games.isEmpty() ? emptyLabel->text() : QString());
 
-    const auto found = std::find_if(games.cbegin(), games.cend(),
-                                    [&](const auto &game) { return game.appid == selected; });
-    const auto row = found == games.cend() ? 0 : found - games.cbegin();
-    gameList->setCurrentRow(static_cast<int>(row)); // and scrolls to it
-    if (found != games.cend())
+    gameList->setCurrentRow(std::max(row, 0)); // and scrolls to it
+    if (row >= 0)
         gameList->verticalScrollBar()->setValue(place);
     onGameSelected();
     updatePendingStatus();
     if (isActiveWindow() && !focusWidget())
         gameList->setFocus();
-}
-
-void MainWindow::addGameItem(const steam::GameEntry &game)
-{
-    auto *item = new GameItem(game.name, game.iconPath);
-    item->setData(Qt::UserRole, game.appid);
-    item->setCheckState(enabledGames.contains(game.appid) ? Qt::Checked : Qt::Unchecked);
-    gameList->addItem(item);
 }
 
 const steam::GameEntry *MainWindow::currentGame() const
@@ -181,46 +177,33 @@ const steam::GameEntry *MainWindow::currentGame() const
     return found == games.cend() ? nullptr : &*found;
 }
 
-bool MainWindow::isPending(const steam::GameEntry &game) const
-{
-    return desiredLaunchOptions(game) != game.launchOptions;
-}
-
 QString MainWindow::pendingText(int count)
 {
     return u"%1 game(s) with pending changes. Steam must close briefly to apply."_s.arg(count);
 }
 
+/// Counts the pending games, and shows in each game's row whether it is pending, and the own
+/// options that a tick would replace.
 void MainWindow::updatePendingStatus()
 {
     const QSignalBlocker silence(gameList); // this is no tick of the user's
     int count = 0;
     for (int row = 0; row < games.size(); ++row) {
-        const bool pending = isPending(games[row]);
-        renewRow(row, pending);
-        count += pending;
+        const steam::GameEntry &game = games[row];
+        const bool isPending = desiredLaunchOptions(game) != game.launchOptions;
+        count += isPending;
+        QString warning;
+        if (!enabledGames.contains(game.appid) && launch::isUsersOwn(game.launchOptions))
+            warning =
+                "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
+                game.launchOptions;
+        QListWidgetItem *item = gameList->item(row);
+        item->setData(GameItem::PendingRole, isPending);
+        item->setData(Qt::ToolTipRole, warning.isEmpty() ? QVariant() : warning);
+        const QString words = isPending ? "Change not applied yet.\n"_L1 + warning : warning;
+        item->setData(Qt::AccessibleDescriptionRole, words.trimmed());
     }
     applyButton->setEnabled(count >= 1);
     statusLabel->setText(count == 0 ? u"No pending changes."_s : pendingText(count));
     showPreview();
-}
-
-/// Shows in the game's row whether it is pending, and the own options that a tick would replace.
-void MainWindow::renewRow(int row, bool isPending)
-{
-    const steam::GameEntry &game = games[row];
-    QVariant warning;
-    if (!enabledGames.contains(game.appid) && launch::isUsersOwn(game.launchOptions))
-        warning =
-            "Has custom launch options; enabling will replace them (restored on disable):\n"_L1 +
-            game.launchOptions;
-    QListWidgetItem *item = gameList->item(row);
-    item->setData(GameItem::PendingRole, isPending);
-    item->setData(Qt::ToolTipRole, warning);
-    QStringList description;
-    if (isPending)
-        description.append(u"Change not applied yet."_s);
-    if (warning.isValid())
-        description.append(warning.toString());
-    item->setData(Qt::AccessibleDescriptionRole, description.join(u'\n'));
 }

@@ -60,12 +60,9 @@ private:
     // Start-up and state: mainwindow.cpp
     void populateGpuPanel();
     void reloadGames();
-    void addGameItem(const steam::GameEntry &game);
     const steam::GameEntry *currentGame() const;
     void updatePendingStatus();
     static QString pendingText(int count);
-    void renewRow(int row, bool isPending);
-    bool isPending(const steam::GameEntry &game) const;
     bool isBusy() const;
 
     // Editing a game: mainwindow_editing.cpp

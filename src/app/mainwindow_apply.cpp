@@ -4,12 +4,11 @@
 #include "app/applychanges.h"
 #include "app/busydialog.h"
 #include "app/messages.h"
-#include "app/waitcursor.h"
 #include "steam/localconfigfile.h"
 #include "steam/locations.h"
 #include "steam/steamprocess.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QListWidget>
 #include <QScopeGuard>
 #include <QScopedValueRollback>
@@ -48,7 +47,8 @@ void MainWindow::apply()
     QStringList failures;
     bool backedUp = false;
     {
-        const WaitCursor waiting;
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        const auto waiting = qScopeGuard(&QGuiApplication::restoreOverrideCursor);
         backedUp = !steam::writeBackup(vdf).isEmpty();
         letRepaint();
         if (backedUp)

@@ -19,19 +19,13 @@ using namespace Qt::StringLiterals;
 void MainWindow::onGameSelected()
 {
     const steam::GameEntry *game = currentGame();
-    if (!game) {
-        settingsGroup->setEnabled(false);
-        settingsGroup->setToolTip({});
-        settingsGroup->setTitle(u"Game settings"_s);
-        return;
-    }
-    const bool isEnabled = enabledGames.contains(game->appid);
+    const bool isEnabled = game && enabledGames.contains(game->appid);
     settingsGroup->setEnabled(isEnabled);
-    settingsGroup->setToolTip(isEnabled ? QString()
-                                        : u"Tick this game in the list to change its settings."_s);
+    settingsGroup->setToolTip(
+        game && !isEnabled ? u"Tick this game in the list to change its settings."_s : QString());
     // A single ampersand in a group box title would mark a shortcut.
-    QString name = game->name;
-    settingsGroup->setTitle("Game settings: "_L1 + name.replace(u'&', u"&&"_s));
+    QString name = game ? ": "_L1 + game->name : QString();
+    settingsGroup->setTitle("Game settings"_L1 + name.replace(u'&', u"&&"_s));
     showGameSettings();
 }
 
@@ -124,16 +118,12 @@ void MainWindow::enableDependentControls(const launch::GameSettings &settings)
 void MainWindow::showRefusedSizes(const launch::GameSettings &settings)
 {
     const auto show = [](ResolutionBox *box, int width, int height) {
-        const QString inForce = resolutionText(width, height);
-        int shownWidth = 0;
-        int shownHeight = 0;
-        parseResolution(box->currentText(), shownWidth, shownHeight);
-        const bool isTaken = shownWidth != 0 || box->currentText() == inForce;
+        const bool isTaken = readResolution(box->currentText()) == QSize(width, height);
         box->setRefused(
             isTaken
                 ? QString()
                 : u"Not accepted: widths from 320 to 7680, heights from 200 to 4320, such as 1706x960. %1 stays in force."_s
-                      .arg(inForce));
+                      .arg(resolutionText(width, height)));
     };
     show(renderResCombo, settings.renderW, settings.renderH);
     show(outputResCombo, settings.outputW, settings.outputH);

@@ -2,9 +2,7 @@
 #include "app/mainwindow.h"
 
 #include "app/choicebox.h"
-#include "app/gamegroup.h"
 #include "app/gamelist.h"
-#include "app/previewlabel.h"
 #include "app/resolutionbox.h"
 #include "app/scrolledpart.h"
 #include "app/widgets.h"
@@ -19,11 +17,15 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QListWidget>
+#include <QPainter>
 #include <QPushButton>
 #include <QSplitter>
 #include <QStackedLayout>
 #include <QStandardItemModel>
+#include <QStaticText>
 #include <QStyle>
+#include <QStyleOptionGroupBox>
+#include <QtMath>
 
 using namespace Qt::StringLiterals;
 
@@ -32,6 +34,60 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+
+/// The group box around a game's settings. Its title holds the game's name, and does not widen the
+/// window: it is cut where it does not fit.
+class GameGroup : public QGroupBox
+{
+public:
+    QSize minimumSizeHint() const override
+    {
+        // The base class adds the title's width.
+        return {QWidget::minimumSizeHint().width(), QGroupBox::minimumSizeHint().height()};
+    }
+
+protected:
+    void initStyleOption(QStyleOptionGroupBox *option) const override
+    {
+        QGroupBox::initStyleOption(option);
+        QFont widest = font();
+        widest.setBold(true); // as some styles write it
+        const QFontMetrics metrics(widest);
+        const int room = width() - 2 * metrics.averageCharWidth();
+        option->text = metrics.elidedText(option->text, Qt::ElideRight, room, Qt::TextShowMnemonic);
+    }
+};
+
+/// Shows launch options. They are long and may have no blank for hundreds of letters, so a word
+/// that is longer than a line is broken anywhere.
+class PreviewLabel : public QLabel
+{
+public:
+    QSize minimumSizeHint() const override
+    {
+        return {fontMetrics().maxWidth(), fontMetrics().lineSpacing()};
+    }
+    int heightForWidth(int width) const override { return qCeil(laidOut(width).size().height()); }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter(this).drawStaticText(0, 0, laidOut(width()));
+    }
+
+private:
+    QStaticText laidOut(int width) const
+    {
+        QTextOption option;
+        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        QStaticText lines(text());
+        lines.setTextFormat(Qt::PlainText);
+        lines.setTextOption(option);
+        lines.setTextWidth(width);
+        lines.prepare({}, font());
+        return lines;
+    }
+};
 
 /// Makes a layout with narrow margins and gaps, which leave more room for the preview.
 template <typename Layout>
@@ -74,12 +130,10 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
     auto *splitter = named(new QSplitter, u"splitter"_s);
     layout->addWidget(splitter, 1);
     gameList = named(new GameList, u"gameList"_s);
-    auto *copy = new QAction(u"Copy launch options"_s, gameList);
-    copy->setShortcut(QKeySequence::Copy);
+    QAction *copy = gameList->addAction(
+        u"Copy launch options"_s, QKeySequence(QKeySequence::Copy), this,
+        [this] { QGuiApplication::clipboard()->setText(previewLabel->text()); });
     copy->setShortcutContext(Qt::WidgetShortcut);
-    connect(copy, &QAction::triggered, this,
-            [this] { QGuiApplication::clipboard()->setText(previewLabel->text()); });
-    gameList->addAction(copy);
     gameList->setContextMenuPolicy(Qt::ActionsContextMenu);
     emptyLabel = named(
         new QLabel(
@@ -140,6 +194,8 @@ void MainWindow::buildSettingsGroup()
     form->addRow(frameCapCheck);
 
     previewLabel = named(new PreviewLabel, u"previewLabel"_s);
+    previewLabel->setTextFormat(Qt::PlainText); // launch options may look like markup
+    previewLabel->setWordWrap(true);
     previewLabel->setStyleSheet(smallGrayStyle);
     form->addRow(new ScrolledPart(previewLabel, 2));
     layout->addWidget(new ScrolledPart(settings, 8));

@@ -20,23 +20,21 @@ namespace
 /// keyboard focus.
 void scrollLines(QMessageBox &box)
 {
-    const QList<QLabel *> labels = box.findChildren<QLabel *>();
-    const auto found = std::find_if(labels.cbegin(), labels.cend(), [&box](const QLabel *label) {
-        return label->text() == box.text();
-    });
-    if (found == labels.cend())
-        return;
-    QLabel *label = *found;
-    const int width = std::min(label->sizeHint().width(), 500);
-    auto *area = new QScrollArea;
-    delete box.layout()->replaceWidget(label, area);
-    label->setWordWrap(true);
-    area->setMinimumSize(width + area->verticalScrollBar()->sizeHint().width(),
-                         std::min(label->heightForWidth(width), roomForWindow(box).height() / 2));
-    area->setFrameShape(QFrame::NoFrame);
-    area->setWidgetResizable(true);
-    area->setWidget(label);
-    label->setFocus();
+    for (QLabel *label : box.findChildren<QLabel *>()) {
+        if (label->text() != box.text())
+            continue;
+        const int width = std::min(label->sizeHint().width(), 500);
+        auto *area = new QScrollArea;
+        delete box.layout()->replaceWidget(label, area);
+        label->setWordWrap(true);
+        area->setMinimumSize(
+            width + area->verticalScrollBar()->sizeHint().width(),
+            std::min(label->heightForWidth(width), roomForWindow(box).height() / 2));
+        area->setFrameShape(QFrame::NoFrame);
+        area->setWidgetResizable(true);
+        area->setWidget(label);
+        label->setFocus();
+    }
 }
 
 } // namespace

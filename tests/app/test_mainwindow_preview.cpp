@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "app/previewlabel.h"
-
 #include "windowuser.h"
 
 #include <QImage>
@@ -14,19 +12,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-int textWidth(const QString &text)
-{
-    return PreviewLabel().fontMetrics().horizontalAdvance(text);
-}
-
-QImage pictureOf(const QString &text, int width)
-{
-    PreviewLabel label;
-    label.setText(text);
-    label.resize(width, label.heightForWidth(width));
-    return label.grab().toImage();
-}
-
 QScrollArea *areaOf(const QLabel *preview)
 {
     return qobject_cast<QScrollArea *>(preview->parentWidget()->parentWidget());
@@ -34,26 +19,27 @@ QScrollArea *areaOf(const QLabel *preview)
 
 } // namespace
 
-class TestPreviewLabel : public QObject
+class TestMainWindowPreview : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void wordsThatFitIntoALineAreWhole_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("lines"); // as they are shown
-        QTest::newRow("one that fits") << u"-w 1280"_s << u"-w 1280"_s;
-        QTest::newRow("two lines")
-            << u"marrowpulse gamescope and more"_s << u"marrowpulse gamescope\nand more"_s;
-        QTest::newRow("a line break of its own") << u"-w\n-h"_s << u"-w\n-h"_s;
-    }
     void wordsThatFitIntoALineAreWhole()
     {
-        QFETCH(const QString, text);
-        QFETCH(const QString, lines);
-        const int width = textWidth(u"marrowpulse gamescope an"_s);
-        QCOMPARE(pictureOf(text, width), pictureOf(lines, width));
+        const PlayersMachine machine;
+        const WindowUser user;
+        QLabel *preview = user.previewLabel;
+        const auto pictureOf = [preview](const QString &text) {
+            preview->setText(text);
+            return preview->grab().toImage();
+        };
+        const auto word = u"gamescope "_s;
+        QString line = word;
+        while (preview->fontMetrics().horizontalAdvance(line + word) < preview->width())
+            line += word;
+        QVERIFY(line != word);
+        QCOMPARE(pictureOf(line + word + word), pictureOf(line + u'\n' + word + word));
+        QVERIFY(pictureOf(line + word) != pictureOf(line));
     }
 
     void aRunWithoutBlanksIsBrokenAnywhereAndShownWhole_data()
@@ -66,13 +52,15 @@ private Q_SLOTS:
     void aRunWithoutBlanksIsBrokenAnywhereAndShownWhole()
     {
         QFETCH(const QString, text);
-        const int width = 300;
-        const QImage picture = pictureOf(text, width);
-        const qreal scale = picture.devicePixelRatio();
-        const PreviewLabel label;
-        const qreal letter = QFontMetricsF(label.font()).horizontalAdvance(text) / 900;
+        const PlayersMachine machine;
+        const WindowUser user;
+        QLabel *preview = user.previewLabel;
+        preview->setText(text);
+        const int width = preview->width();
+        const qreal letter = QFontMetricsF(preview->font()).horizontalAdvance(text) / 900;
         // As many lines as hold all letters, each filled but for less than a letter.
-        const int lines = qRound(picture.height() / scale / label.fontMetrics().lineSpacing());
+        const int lines =
+            qRound(qreal(preview->heightForWidth(width)) / preview->fontMetrics().lineSpacing());
         const int inLine = qFloor(width / letter);
         QCOMPARE(lines, (900 + inLine - 1) / inLine);
     }
@@ -167,5 +155,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestPreviewLabel)
-#include "test_previewlabel.moc"
+QTEST_MAIN(TestMainWindowPreview)
+#include "test_mainwindow_preview.moc"
