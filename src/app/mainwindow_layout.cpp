@@ -150,6 +150,7 @@ void MainWindow::buildGameArea(QVBoxLayout *layout)
     splitter->setStretchFactor(1, 2);
     splitter->setSizes({3000, 2000});
     splitter->setChildrenCollapsible(false);
+    gameList->lower(); // for assistive tools, too, the list comes before the settings
 }
 
 void MainWindow::buildSettingsGroup()

@@ -3,6 +3,7 @@
 #include "windowuser.h"
 
 #include <QAbstractItemView>
+#include <QAccessible>
 #include <QDir>
 #include <QHelpEvent>
 #include <QIcon>
@@ -274,6 +275,15 @@ private Q_SLOTS:
                                        u"methodCombo"_s, u"holdbackCombo"_s, u"frameCapCheck"_s,
                                        u"advancedButton"_s, u"refreshButton"_s, u"applyButton"_s,
                                        u"renderGpuCombo"_s}));
+    }
+
+    void assistiveToolsMeetTheListBeforeTheSettings()
+    {
+        const PlayersMachine machine;
+        const WindowUser user;
+        const QAccessibleInterface *parts = QAccessible::queryAccessibleInterface(user.splitter);
+        QCOMPARE(parts->child(0)->object(), user.gameList);
+        QCOMPARE(parts->child(1)->object(), user.settingsGroup);
     }
 
     void resolutionBoxesAreEditableWithSevenSizesLargestFirst_data()
