@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// A device's name in the PCI ID database, and the text of a sysfs file.
 #include "hw/gpuenumeration.h"
 #include "support/pretendmachine.h"
 
@@ -43,36 +44,31 @@ class TestGpuEnumerationName : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void lookupPciName_data()
+    void nameOfADevice_data()
     {
         QTest::addColumn<QString>("vendor");
         QTest::addColumn<QString>("device");
         QTest::addColumn<QString>("name");
 
-        QTest::newRow("first device of a vendor") << u"1002"_s << u"164e"_s << u"Raphael"_s;
-        QTest::newRow("past a comment")
+        QTest::newRow("a vendor's first device") << u"1002"_s << u"164e"_s << u"Raphael"_s;
+        QTest::newRow("after a comment")
             << u"1002"_s << u"73bf"_s << u"Navi 21 [Radeon RX 6800/6800 XT / 6900 XT]"_s;
-        QTest::newRow("past subsystems, blank and empty lines, other letter case")
+        QTest::newRow("after subsystems, blank and empty lines; other letter case")
             << u"1002"_s << u"744c"_s << u"Navi 31 [Radeon RX 7900 XT]"_s;
-        QTest::newRow("second vendor") << u"10de"_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
-        QTest::newRow("vendor in another letter case")
+        QTest::newRow("the second vendor, in other letter case")
             << u"10DE"_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
-        QTest::newRow("Latin-1") << u"8086"_s << u"56A0"_s << u"DG2 [Arc A770 ®]"_s;
-        QTest::newRow("one device id under two vendors")
-            << u"8086"_s << u"73bf"_s << u"not the one"_s;
-        QTest::newRow("device of another vendor") << u"10de"_s << u"164e"_s << u""_s;
-        QTest::newRow("subsystem is no device") << u"1002"_s << u"148c"_s << u""_s;
-        QTest::newRow("unknown vendor") << u"ffff"_s << u"73bf"_s << u""_s;
-        QTest::newRow("unknown device") << u"1002"_s << u"ffff"_s << u""_s;
-        QTest::newRow("empty device: the vendor's first line")
-            << u"10de"_s << u""_s << u"2684  AD102 [GeForce RTX 4090]"_s;
-        QTest::newRow("empty device: a subsystem is not the first")
+        QTest::newRow("a letter in Latin-1") << u"8086"_s << u"56A0"_s << u"DG2 [Arc A770 ®]"_s;
+        QTest::newRow("an id that two vendors use") << u"8086"_s << u"73bf"_s << u"not the one"_s;
+        QTest::newRow("a device of another vendor") << u"10de"_s << u"164e"_s << u""_s;
+        QTest::newRow("a subsystem is no device") << u"1002"_s << u"148c"_s << u""_s;
+        QTest::newRow("an unknown vendor") << u"ffff"_s << u"73bf"_s << u""_s;
+        QTest::newRow("no device id: the vendor's first device line, no subsystem")
             << u"9999"_s << u""_s << u"0002  a device"_s;
-        QTest::newRow("empty vendor: any vendor")
+        QTest::newRow("no vendor id: any vendor")
             << u""_s << u"2684"_s << u"AD102 [GeForce RTX 4090]"_s;
-        QTest::newRow("both empty: the first device line") << u""_s << u""_s << u"164e  Raphael"_s;
+        QTest::newRow("neither: the first device line") << u""_s << u""_s << u"164e  Raphael"_s;
     }
-    void lookupPciName()
+    void nameOfADevice()
     {
         QFETCH(const QString, vendor);
         QFETCH(const QString, device);
@@ -81,7 +77,7 @@ private Q_SLOTS:
         QTEST(hw::lookupPciName(vendor, device, {machine.hwdata() + "/pci.ids"_L1}), "name");
     }
 
-    void filesAreAskedInTurn_data()
+    void filesAreReadInTurn_data()
     {
         QTest::addColumn<QByteArrayList>("files"); // a null one does not exist
         QTest::addColumn<QString>("name");
@@ -90,25 +86,20 @@ private Q_SLOTS:
         const QByteArray second = "1002  AMD\n\t73bf  second\n";
         const QByteArray vendorOnly = "1002  AMD\n\t164e  Raphael\n";
         QTest::newRow("the first file wins") << QByteArrayList{first, second} << u"first"_s;
-        QTest::newRow("the first file is missing")
-            << QByteArrayList{QByteArray(), second} << u"second"_s;
         QTest::newRow("the first file is empty") << QByteArrayList{"", second} << u"second"_s;
-        QTest::newRow("the first file knows only the vendor")
-            << QByteArrayList{vendorOnly, second} << u"second"_s;
-        QTest::newRow("the vendor of one file is not carried into the next")
-            << QByteArrayList{vendorOnly, "\t73bf  orphan\n"} << u""_s;
-        QTest::newRow("the third file")
+        QTest::newRow("the first is missing, the second knows only the vendor")
             << QByteArrayList{QByteArray(), vendorOnly, first} << u"first"_s;
-        QTest::newRow("no file knows it") << QByteArrayList{vendorOnly, vendorOnly} << u""_s;
+        QTest::newRow("the vendor of one file does not count in the next")
+            << QByteArrayList{vendorOnly, "\t73bf  orphan\n"} << u""_s;
         QTest::newRow("no file exists") << QByteArrayList{QByteArray(), QByteArray()} << u""_s;
-        QTest::newRow("no line break at the end")
+        QTest::newRow("no line break at the file's end")
             << QByteArrayList{"1002  AMD\n\t73bf  last line"} << u"last line"_s;
         QTest::newRow("no line break at the end of a file that does not know it")
             << QByteArrayList{"1002  AMD\n\t164e  Raphael", second} << u"second"_s;
         QTest::newRow("line breaks of another system")
             << QByteArrayList{"1002  AMD\r\n\r\n\t73bf  first\r\n"} << u"first"_s;
     }
-    void filesAreAskedInTurn()
+    void filesAreReadInTurn()
     {
         QFETCH(const QByteArrayList, files);
         const PretendMachine machine;
@@ -126,6 +117,25 @@ private Q_SLOTS:
         QCOMPARE(hw::pciIdFiles(),
                  QStringList({u"/usr/share/hwdata/pci.ids"_s, u"/usr/share/misc/pci.ids"_s,
                               u"/var/lib/pciutils/pci.ids"_s}));
+    }
+
+    void textOfASysfsFile_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("white space around it goes") << QByteArray(" \t16 \r\n\n") << u"16"_s;
+        QTest::newRow("white space inside stays")
+            << QByteArray("8.0 GT/s\nPCIe") << u"8.0 GT/s\nPCIe"_s;
+        QTest::newRow("Latin-1, not UTF-8") << QByteArray("caf\xC3\xA9") << u"cafÃ©"_s;
+        QTest::newRow("empty") << QByteArray("") << u""_s;
+    }
+    void textOfASysfsFile()
+    {
+        QFETCH(const QByteArray, content);
+        const PretendMachine machine;
+        machine.write(u"sys/attribute"_s, content);
+        QTEST(hw::readSysfsText(machine.root() + "/sys/attribute"_L1), "text");
+        QCOMPARE(hw::readSysfsText(machine.root() + "/sys/missing"_L1), u""_s);
     }
 };
 
