@@ -387,16 +387,4 @@ Edited edit(const Text &text, const std::vector<Change> &changes)
     return edited;
 }
 
-std::string chooseLocalConfig(const std::vector<AccountFile> &listed)
-{
-    if (listed.empty())
-        return {};
-    AccountFile best = listed.front();
-    for (const AccountFile &file : listed) {
-        if (file.modified > best.modified)
-            best = file;
-    }
-    return best.path;
-}
-
 } // namespace model

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
 
-// The rules of Steam's KeyValues text, of its editing and of the choice of localconfig.vdf told a
-// second time, as plainly as possible and without a line of the program: what the program does is
-// compared with this. Texts are a file's bytes, and positions count them.
+// The rules of Steam's KeyValues text and of its editing, written a second time, as plainly as
+// possible and without the program's sources. Tests compare the program with it. Texts are a file's
+// bytes, and positions count them.
 namespace model
 {
 
@@ -51,14 +50,5 @@ struct Edited {
 
 /// The changes of one Apply, each of another app.
 Edited edit(const std::string &text, const std::vector<Change> &changes);
-
-/// A localconfig.vdf of one account.
-struct AccountFile {
-    std::string path;
-    std::int64_t modified = 0; ///< any unit
-};
-
-/// The path that is edited, of the files in the order of listing; empty without any.
-std::string chooseLocalConfig(const std::vector<AccountFile> &listed);
 
 } // namespace model

@@ -14,24 +14,24 @@ using support::PretendMachine;
 namespace
 {
 
-const QDateTime noon(QDate(2026, 3, 1), QTime(12, 0));
-
-/// A localconfig.vdf of an account, last written `seconds` after noon; returns its path.
-QString addConfig(const PretendMachine &machine, const QString &account, int seconds = 0)
+/// A localconfig.vdf of an account, last written `ms` milliseconds after a fixed time. Returns its
+/// path.
+QString addConfig(const PretendMachine &machine, const QString &account, int ms = 0)
 {
     const QString path =
         machine.steamRoot() + "/userdata/"_L1 + account + "/config/localconfig.vdf"_L1;
     machine.write(path, "x");
     QFile file(path);
     if (!file.open(QIODevice::ReadWrite) ||
-        !file.setFileTime(noon.addSecs(seconds), QFileDevice::FileModificationTime))
+        !file.setFileTime(QDateTime::fromMSecsSinceEpoch(1'700'000'000'000 + ms),
+                          QFileDevice::FileModificationTime))
         qFatal("cannot set the time of %s", qPrintable(path));
     return path;
 }
 
-void writeLibraryList(const PretendMachine &machine, const QByteArray &text)
+QString libraryList(const PretendMachine &machine)
 {
-    machine.write(machine.steamRoot() + "/steamapps/libraryfolders.vdf"_L1, text);
+    return machine.steamRoot() + "/steamapps/libraryfolders.vdf"_L1;
 }
 
 } // namespace
@@ -41,58 +41,44 @@ class TestLocations : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void rootOfAMachineWithoutSteam()
+    void rootOfSteam_data()
     {
-        const PretendMachine machine;
-        QCOMPARE(steam::steamRoot(), u""_s);
+        QTest::addColumn<QStringList>("files");
+        QTest::addColumn<QString>("link"); // what ~/.steam/steam leads to
+        QTest::addColumn<QString>("root");
+        const QString first = u"home/.steam/steam"_s;
+        const QString second = u"home/.local/share/Steam"_s;
+        const QString steamapps = u"/steamapps/x"_s;
+        QTest::newRow("none without Steam") << QStringList{} << u""_s << u""_s;
+        QTest::newRow("the first of two")
+            << QStringList{first + steamapps, second + steamapps} << u""_s << first;
+        QTest::newRow("the second if the first has no steamapps")
+            << QStringList{first + "/other"_L1, second + steamapps} << u""_s << second;
+        QTest::newRow("none if the only one has no steamapps")
+            << QStringList{first + "/other"_L1} << u""_s << u""_s;
+        QTest::newRow("the second if the first is a link to nothing")
+            << QStringList{second + steamapps} << u"nowhere"_s << second;
+        QTest::newRow("the folder that a link leads to, without dots")
+            << QStringList{"disk/games/Steam"_L1 + steamapps} << u"disk/./games/../games/Steam/"_s
+            << u"disk/games/Steam"_s;
+        QTest::newRow("steamapps may be a file")
+            << QStringList{first + "/steamapps"_L1} << u""_s << first;
     }
-
-    void rootBehindTheLink()
+    void rootOfSteam()
     {
-        PretendMachine machine;
-        machine.installSteam(); // ~/.steam/steam leads to ~/.local/share/Steam
-        QCOMPARE(steam::steamRoot(), machine.home() + "/.local/share/Steam"_L1);
-    }
-
-    void rootInDotSteamComesFirst()
-    {
-        const PretendMachine machine;
-        machine.write(u"home/.steam/steam/steamapps/x"_s, "");
-        machine.write(u"home/.local/share/Steam/steamapps/x"_s, "");
-        QCOMPARE(steam::steamRoot(), machine.home() + "/.steam/steam"_L1);
-    }
-
-    void rootWithoutSteamappsIsPassedOver()
-    {
-        const PretendMachine machine;
-        machine.write(u"home/.steam/steam/other"_s, "");
-        QCOMPARE(steam::steamRoot(), u""_s);
-        machine.write(u"home/.local/share/Steam/steamapps/x"_s, "");
-        QCOMPARE(steam::steamRoot(), machine.home() + "/.local/share/Steam"_L1);
-    }
-
-    void rootBehindADanglingLinkIsPassedOver()
-    {
+        QFETCH(const QStringList, files);
+        QFETCH(const QString, link);
+        QFETCH(const QString, root);
         const PretendMachine machine;
         machine.write(u"home/.steam/other"_s, "");
-        QVERIFY(QFile::link(u"/nowhere/at/all"_s, machine.home() + "/.steam/steam"_L1));
-        machine.write(u"home/.local/share/Steam/steamapps/x"_s, "");
-        QCOMPARE(steam::steamRoot(), machine.home() + "/.local/share/Steam"_L1);
+        for (const QString &file : files)
+            machine.write(file, "");
+        if (!link.isEmpty())
+            QVERIFY(QFile::link(machine.root() + u'/' + link, machine.home() + "/.steam/steam"_L1));
+        QCOMPARE(steam::steamRoot(), root.isEmpty() ? QString() : machine.root() + u'/' + root);
     }
 
-    void rootIsCanonical()
-    {
-        const PretendMachine machine;
-        machine.write(u"disk/games/Steam/steamapps/x"_s, "");
-        machine.write(u"home/.steam/other"_s, "");
-        QVERIFY(QFile::link(machine.root() + "/disk/./games/../games/Steam/"_L1,
-                            machine.root() + "/disk/inner"_L1));
-        QVERIFY(
-            QFile::link(machine.root() + "/disk/inner"_L1, machine.home() + "/.steam/steam"_L1));
-        QCOMPARE(steam::steamRoot(), machine.root() + "/disk/games/Steam"_L1);
-    }
-
-    void rootIsLookedUpAfresh()
+    void theRootIsLookedUpEveryTime()
     {
         PretendMachine machine;
         QCOMPARE(steam::steamRoot(), u""_s);
@@ -102,248 +88,126 @@ private Q_SLOTS:
         QCOMPARE(steam::steamRoot(), u""_s);
     }
 
-    void steamappsMayBeAnything()
-    {
-        const PretendMachine machine;
-        machine.write(u"home/.steam/steam/steamapps"_s, "a file");
-        QCOMPARE(steam::steamRoot(), machine.home() + "/.steam/steam"_L1);
-    }
-
-    void librariesWithoutSteam()
+    void nothingIsFoundWithoutSteam()
     {
         const PretendMachine machine;
         QCOMPARE(steam::steamLibraryDirs(), QStringList());
+        QCOMPARE(steam::localConfigPath(), u""_s);
     }
 
-    void librariesWithoutTheirList()
+    void onlyTheRootsLibraryWithoutAList()
     {
         PretendMachine machine;
         machine.installSteam();
-        QVERIFY(QFile::remove(machine.steamRoot() + "/steamapps/libraryfolders.vdf"_L1));
+        QVERIFY(QFile::remove(libraryList(machine)));
+        QCOMPARE(steam::steamLibraryDirs(), QStringList{machine.steamRoot() + "/steamapps"_L1});
+        QVERIFY(QDir().mkdir(libraryList(machine))); // a folder cannot be read either
         QCOMPARE(steam::steamLibraryDirs(), QStringList{machine.steamRoot() + "/steamapps"_L1});
     }
 
-    void librariesWhenTheirListCannotBeRead()
+    void librariesInTheListsOrder()
     {
         PretendMachine machine;
-        machine.installSteam();
-        const QString list = machine.steamRoot() + "/steamapps/libraryfolders.vdf"_L1;
-        QVERIFY(QFile::remove(list));
-        QVERIFY(QDir().mkdir(list));
-        QCOMPARE(steam::steamLibraryDirs(), QStringList{machine.steamRoot() + "/steamapps"_L1});
-    }
-
-    void librariesInTheOrderOfTheList()
-    {
-        PretendMachine machine;
-        machine.installSteam(); // its own list names the root itself too, which is not listed twice
-        const QString second = machine.addLibrary(u"z-disk"_s);
-        const QString third = machine.addLibrary(u"a-disk"_s);
-        QCOMPARE(second, machine.root() + "/z-disk/steamapps"_L1);
-        QCOMPARE(steam::steamLibraryDirs(),
-                 (QStringList{machine.home() + "/.local/share/Steam/steamapps"_L1, second, third}));
+        machine.installSteam(); // the list names the root, too, which is not listed twice
+        const QString root = machine.steamRoot() + "/steamapps"_L1;
+        const QString usb = machine.addLibrary(u"usb"_s);
+        const QString disk = machine.addLibrary(u"disk"_s);
+        QCOMPARE(steam::steamLibraryDirs(), (QStringList{root, usb, disk}));
+        QVERIFY(QDir(machine.root() + "/usb"_L1).removeRecursively()); // unplugged
+        QCOMPARE(steam::steamLibraryDirs(), (QStringList{root, disk}));
+        QVERIFY(QDir().mkpath(usb));
+        QCOMPARE(steam::steamLibraryDirs(), (QStringList{root, usb, disk}));
     }
 
     void libraryEntries_data()
     {
-        // "@" stands for the machine's folder, in which the library "disk" exists and "empty" has
-        // no steamapps folder.
         QTest::addColumn<QByteArray>("list");
-        QTest::addColumn<QString>("library"); // beside the root's; none when empty
-        const auto row = [](const char *name, const QByteArray &list, const QString &library) {
-            QTest::newRow(name) << list << library;
+        QTest::addColumn<QStringList>("libraries"); // beside the root's
+        const auto row = [](const char *name, const QByteArray &list,
+                            const QStringList &libraries) {
+            QTest::newRow(name) << list << libraries;
         };
         const QString disk = u"@/disk/steamapps"_s;
-        row("plain", "\"1\"\n{\n\t\"path\"\t\t\"@/disk\"\n}\n", disk);
-        row("no space", "\"path\"\"@/disk\"", disk);
-        row("blanks of all kinds", "\"path\" \t\n\v\f\r\"@/disk\"", disk);
-        row("twice", "\"path\" \"@/disk\" \"path\" \"@/disk\"", disk);
-        row("at any depth", "\"a\" { \"b\" { \"c\" { \"path\" \"@/disk\" } } }", disk);
-        row("without steamapps", "\"path\" \"@/empty\"", {});
-        row("that does not exist", "\"path\" \"@/missing\"", {});
-        row("Path", "\"Path\" \"@/disk\"", {});
-        row("longer key", "\"mypath\" \"@/disk\" \"path2\" \"@/disk\"", {});
-        row("key without quotes", "path \"@/disk\"", {});
-        row("no-break space", "\"path\"\xc2\xa0\"@/disk\"", {});
-        row("backslashes stay", "\"path\" \"@\\\\disk\"", {});
-        row("a folder named with backslashes", "\"path\" \"@/back\\\\slash\"",
-            u"@/back\\\\slash/steamapps"_s);
-        row("blanks are not trimmed", "\"path\" \"@/disk \"", {});
-        row("not made canonical", "\"path\" \"@/empty/../disk\"", u"@/empty/../disk/steamapps"_s);
-        row("slash at the end stays", "\"path\" \"@/disk/\"", u"@/disk//steamapps"_s);
-        row("name in UTF-8", "\"path\" \"@/Spiele Ü\"", u"@/Spiele Ü/steamapps"_s);
-        row("CR LF", "\"1\"\r\n{\r\n\t\"path\"\t\t\"@/disk\"\r\n}\r\n", disk);
-        row("behind an invalid byte", "\xff \"path\" \"@/disk\"", disk);
-        row("cut text", "\"path\" \"@/disk", {});
-        row("empty list", "", {});
+        row("no space before the value", "\"path\"\"@/disk\"", {disk});
+        row("all six kinds of white space before it", "\"path\" \t\n\v\f\r\"@/disk\"", {disk});
+        row("a no-break space is no white space", "\"path\"\xc2\xa0\"@/disk\"", {});
+        row("line ends of another system", "\"1\"\r\n{\r\n\t\"path\"\t\t\"@/disk\"\r\n}\r\n",
+            {disk});
+        row("the same library twice", "\"path\" \"@/disk\" \"path\" \"@/disk\"", {disk});
+        row("two that differ in letter case", "\"path\" \"@/disk\" \"path\" \"@/Disk\"",
+            {disk, u"@/Disk/steamapps"_s});
+        row("at any depth", "\"a\" { \"b\" { \"c\" { \"path\" \"@/disk\" } } }", {disk});
+        row("not without steamapps", "\"path\" \"@/empty\"", {});
+        row("steamapps may be a file", "\"path\" \"@/file\"", {u"@/file/steamapps"_s});
+        row("not by another key", "\"Path\" \"@/disk\" \"mypath\" \"@/disk\" path \"@/disk\"", {});
+        row("backslashes stay", "\"path\" \"@/back\\\\slash\"", {u"@/back\\\\slash/steamapps"_s});
+        row("blanks stay", "\"path\" \"@/disk \"", {});
+        row("dots and slashes stay", "\"path\" \"@/empty/../disk/\"",
+            {u"@/empty/../disk//steamapps"_s});
+        row("the root by another path is listed again", "\"path\" \"@/home/.steam/steam\"",
+            {u"@/home/.steam/steam/steamapps"_s});
+        row("a name in UTF-8", "\"path\" \"@/Spiele Ü\"", {u"@/Spiele Ü/steamapps"_s});
+        row("after a byte that is no UTF-8", "\xff \"path\" \"@/disk\"", {disk});
+        row("not one that is cut", "\"path\" \"@/disk", {});
     }
     void libraryEntries()
     {
         QFETCH(QByteArray, list);
-        QFETCH(QString, library);
-        PretendMachine machine;
+        QFETCH(QStringList, libraries);
+        PretendMachine machine; // "@" stands for its folder
         machine.installSteam();
-        for (const QString &folder : {u"disk"_s, u"Spiele Ü"_s, u"back\\\\slash"_s})
+        for (const QString &folder : {u"disk"_s, u"Disk"_s, u"Spiele Ü"_s, u"back\\\\slash"_s})
             machine.write(folder + "/steamapps/x"_L1, "");
         machine.write(u"empty/x"_s, "");
-        writeLibraryList(machine, list.replace("@", machine.root().toUtf8()));
-
-        QStringList expected{machine.steamRoot() + "/steamapps"_L1};
-        if (!library.isEmpty())
-            expected.append(library.replace(u'@', machine.root()));
-        QCOMPARE(steam::steamLibraryDirs(), expected);
+        machine.write(u"file/steamapps"_s, "");
+        machine.write(libraryList(machine), list.replace("@", machine.root().toUtf8()));
+        QCOMPARE(steam::steamLibraryDirs(), QStringList{machine.steamRoot() + "/steamapps"_L1} +
+                                                libraries.replaceInStrings(u"@"_s, machine.root()));
     }
 
-    void librariesThatDifferInCaseAreTwo()
+    void theAccountThatWasWrittenLast_data()
     {
-        PretendMachine machine;
-        machine.installSteam();
-        QStringList libraries{machine.steamRoot() + "/steamapps"_L1};
-        QByteArray list;
-        for (const QString &name : {u"/disk"_s, u"/Disk"_s}) {
-            machine.write(machine.root() + name + "/steamapps/x"_L1, "");
-            libraries.append(machine.root() + name + "/steamapps"_L1);
-            list += "\"path\" \"" + (machine.root() + name).toUtf8() + "\"\n";
-        }
-        writeLibraryList(machine, list);
-        QCOMPARE(steam::steamLibraryDirs(), libraries);
-    }
-
-    void aLibrarysSteamappsMayBeAFile()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        machine.write(u"disk/steamapps"_s, "");
-        writeLibraryList(machine, "\"path\" \"" + machine.root().toUtf8() + "/disk\"");
-        QCOMPARE(steam::steamLibraryDirs(), (QStringList{machine.steamRoot() + "/steamapps"_L1,
-                                                         machine.root() + "/disk/steamapps"_L1}));
-    }
-
-    void rootUnderAnotherNameIsListedTwice()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        writeLibraryList(machine, "\"path\" \"" + machine.home().toUtf8() + "/.steam/steam\"");
-        QCOMPARE(steam::steamLibraryDirs(),
-                 (QStringList{machine.steamRoot() + "/steamapps"_L1,
-                              machine.home() + "/.steam/steam/steamapps"_L1}));
-    }
-
-    void unpluggedLibraryIsDropped()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        const QString usb = machine.addLibrary(u"usb"_s);
-        const QString disk = machine.addLibrary(u"disk"_s);
-        QVERIFY(QDir(machine.root() + "/usb"_L1).removeRecursively());
-        QCOMPARE(steam::steamLibraryDirs(),
-                 (QStringList{machine.steamRoot() + "/steamapps"_L1, disk}));
-        QVERIFY(QDir().mkpath(usb));
-        QCOMPARE(steam::steamLibraryDirs(),
-                 (QStringList{machine.steamRoot() + "/steamapps"_L1, usb, disk}));
-    }
-
-    void configWithoutSteam()
-    {
-        const PretendMachine machine;
-        QCOMPARE(steam::localConfigPath(), u""_s);
-    }
-
-    void configWithoutUserdata()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        QVERIFY(QDir(machine.steamRoot() + "/userdata"_L1).removeRecursively());
-        QCOMPARE(steam::localConfigPath(), u""_s);
-    }
-
-    void configOfTheOnlyAccount()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        QCOMPARE(steam::localConfigPath(), u""_s); // the account has no file yet
-        machine.writeLocalConfig("x");
-        QCOMPARE(steam::localConfigPath(),
-                 machine.steamRoot() + "/userdata/70001/config/localconfig.vdf"_L1);
-    }
-
-    void configWrittenLast_data()
-    {
-        QTest::addColumn<QList<int>>("seconds"); // of the accounts 100, 200 and 300
+        QTest::addColumn<QList<int>>("ms"); // of the accounts 300, 200 and 100
         QTest::addColumn<QString>("account");
-        QTest::newRow("first") << QList<int>{9, 1, 5} << u"100"_s;
-        QTest::newRow("second") << QList<int>{1, 9, 5} << u"200"_s;
-        QTest::newRow("third") << QList<int>{1, 5, 9} << u"300"_s;
-        QTest::newRow("later than the first") << QList<int>{5, 1, 6} << u"300"_s;
-        QTest::newRow("last of falling times") << QList<int>{9, 5, 1} << u"100"_s;
+        QTest::newRow("the first of the list") << QList<int>{1, 5, 9} << u"100"_s;
+        QTest::newRow("the second") << QList<int>{5, 9, 1} << u"200"_s;
+        QTest::newRow("the third") << QList<int>{6, 1, 5} << u"300"_s;
+        QTest::newRow("of equal times the first of the list") << QList<int>{5, 5, 5} << u"100"_s;
+        QTest::newRow("of equal latest times the first") << QList<int>{5, 5, 1} << u"200"_s;
     }
-    void configWrittenLast()
+    void theAccountThatWasWrittenLast()
     {
-        QFETCH(QList<int>, seconds);
+        QFETCH(QList<int>, ms);
         QFETCH(QString, account);
         PretendMachine machine;
         machine.installSteam();
-        addConfig(machine, u"100"_s, seconds[0]);
-        addConfig(machine, u"200"_s, seconds[1]);
-        addConfig(machine, u"300"_s, seconds[2]);
+        addConfig(machine, u"300"_s, ms[0]);
+        addConfig(machine, u"200"_s, ms[1]);
+        addConfig(machine, u"100"_s, ms[2]);
         QCOMPARE(steam::localConfigPath(),
                  machine.steamRoot() + "/userdata/"_L1 + account + "/config/localconfig.vdf"_L1);
     }
 
-    void configOfEqualTimes_data()
-    {
-        // A listing without an order of its own comes by name, in whatever order folders were made.
-        QTest::addColumn<QStringList>("madeInOrder");
-        QTest::newRow("made by name") << QStringList{u"100"_s, u"200"_s, u"300"_s};
-        QTest::newRow("made against the name") << QStringList{u"300"_s, u"200"_s, u"100"_s};
-        QTest::newRow("made in any order") << QStringList{u"200"_s, u"300"_s, u"100"_s};
-    }
-    void configOfEqualTimes()
-    {
-        QFETCH(QStringList, madeInOrder);
-        PretendMachine machine;
-        machine.installSteam();
-        for (const QString &account : madeInOrder)
-            addConfig(machine, account);
-        QCOMPARE(steam::localConfigPath(),
-                 machine.steamRoot() + "/userdata/100/config/localconfig.vdf"_L1);
-    }
-
-    void accountsWithoutConfigAreIgnored()
+    void accountsThatCount()
     {
         PretendMachine machine;
         machine.installSteam();
-        machine.write(machine.steamRoot() + "/userdata/0/config/other.vdf"_L1, "");
-        machine.write(machine.steamRoot() + "/userdata/1/localconfig.vdf"_L1, "");
-        machine.write(machine.steamRoot() + "/userdata/localconfig.vdf"_L1, "");
+        const QString userdata = machine.steamRoot() + "/userdata"_L1;
+        for (const QString &other :
+             {u"/0/config/other.vdf"_s, u"/1/localconfig.vdf"_s, u"/localconfig.vdf"_s})
+            machine.write(userdata + other, "");
+        addConfig(machine, u".1000"_s); // a hidden folder is no account
         QCOMPARE(steam::localConfigPath(), u""_s);
-        const QString config = addConfig(machine, u"500"_s);
-        QCOMPARE(steam::localConfigPath(), config);
-    }
 
-    void aHiddenAccountIsIgnored()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        addConfig(machine, u".1000"_s, 60);
+        const QString anonymous = addConfig(machine, u"anonymous"_s);
+        QCOMPARE(steam::localConfigPath(), anonymous);
+
+        machine.write(u"elsewhere/config/localconfig.vdf"_s, "x"); // written later
+        QVERIFY(QFile::link(machine.root() + "/elsewhere"_L1, userdata + "/900"_L1));
+        QCOMPARE(steam::localConfigPath(), userdata + "/900/config/localconfig.vdf"_L1);
+
+        QVERIFY(QDir(userdata).removeRecursively());
         QCOMPARE(steam::localConfigPath(), u""_s);
-        const QString config = addConfig(machine, u"500"_s);
-        QCOMPARE(steam::localConfigPath(), config);
-    }
-
-    void accountNameMayBeAnything()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        const QString config = addConfig(machine, u"anonymous"_s);
-        QCOMPARE(steam::localConfigPath(), config);
-
-        // A folder elsewhere with a link to it counts too.
-        machine.write(u"elsewhere/config/localconfig.vdf"_s, "x");
-        QVERIFY(QFile::link(machine.root() + "/elsewhere"_L1,
-                            machine.steamRoot() + "/userdata/900"_L1));
-        QCOMPARE(steam::localConfigPath(),
-                 machine.steamRoot() + "/userdata/900/config/localconfig.vdf"_L1);
     }
 };
 

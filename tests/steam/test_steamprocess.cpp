@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Seeing whether the client runs, and starting it.
+// Seeing whether the client runs, asking it to exit, and starting it.
 #include "steam/steamprocess.h"
 
 #include "support/pretendmachine.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -13,9 +14,7 @@
 
 #include <csignal>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -27,11 +26,6 @@ namespace
 void writePid(const PretendMachine &machine, const QByteArray &text)
 {
     machine.write(u"home/.steam/steam.pid"_s, text);
-}
-
-QByteArray pidOfClient(const PretendMachine &machine)
-{
-    return machine.read(u"home/.steam/steam.pid"_s).trimmed();
 }
 
 /// A process whose executable has this path, which must not exist yet. It ends with this object.
@@ -66,154 +60,207 @@ class TestSteamProcess : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void notRunningWithoutAPidFile()
-    {
-        const PretendMachine machine;
-        QVERIFY(!steam::isSteamRunning());
-    }
-
-    void notRunningByThePidFile_data()
+    void noClientByThePidFile_data()
     {
         QTest::addColumn<QByteArray>("text");
         QTest::newRow("empty") << QByteArray("");
-        QTest::newRow("white space only") << QByteArray(" \n\t\n");
-        QTest::newRow("process that does not exist") << QByteArray("999999999\n");
+        QTest::newRow("only white space") << QByteArray(" \n\t\n");
+        QTest::newRow("a process that does not exist") << QByteArray("999999999\n");
         QTest::newRow("no number") << QByteArray("client\n");
-        QTest::newRow("negative") << QByteArray("-1\n");
-        QTest::newRow("zero") << QByteArray("0\n");
-        QTest::newRow("bytes that are no UTF-8") << QByteArray("\xff\xfe\n");
+        QTest::newRow("no UTF-8") << QByteArray("\xff\xfe\n");
         QTest::newRow("a second line")
             << QByteArray::number(QCoreApplication::applicationPid()) + "\n1\n";
-        // A kernel thread has no executable, whoever looks; others hide theirs from an ordinary
-        // user.
-        QTest::newRow("an executable that cannot be read") << QByteArray("2\n");
+        // A kernel thread has no executable. The kernel hides those of other users' processes, too.
+        QTest::newRow("a process whose executable cannot be read") << QByteArray("2\n");
     }
-    void notRunningByThePidFile()
+    void noClientByThePidFile()
     {
         QFETCH(QByteArray, text);
         const PretendMachine machine;
+        QVERIFY(!steam::isSteamRunning()); // without the file
         writePid(machine, text);
         QVERIFY(!steam::isSteamRunning());
     }
 
-    void notRunningByAFolder()
+    void noClientByAFolderInThePidFilesPlace()
     {
         const PretendMachine machine;
         machine.write(u"home/.steam/steam.pid/x"_s, "");
         QVERIFY(!steam::isSteamRunning());
     }
 
-    void runningClient()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        machine.startSteamClient();
-        QVERIFY(steam::isSteamRunning());
-        QVERIFY(steam::isSteamRunning()); // looking changes nothing
-        machine.killSteamClient();
-        QTRY_VERIFY_WITH_TIMEOUT(!steam::isSteamRunning(), 30'000);
-    }
-
-    void whiteSpaceAroundThePid_data()
-    {
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QByteArray>("behind");
-        QTest::newRow("none") << QByteArray("") << QByteArray("");
-        QTest::newRow("line feed") << QByteArray("") << QByteArray("\n");
-        QTest::newRow("CR LF") << QByteArray("") << QByteArray("\r\n");
-        QTest::newRow("both ends") << QByteArray(" \t\n") << QByteArray(" \n\n");
-    }
-    void whiteSpaceAroundThePid()
-    {
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArray, behind);
-        PretendMachine machine;
-        machine.installSteam();
-        machine.startSteamClient();
-        const QByteArray pid = pidOfClient(machine);
-        writePid(machine, before + pid + behind);
-        const bool running = steam::isSteamRunning();
-        writePid(machine, pid);
-        QVERIFY(running);
-    }
-
-    void executablePath_data()
+    void aClientByItsExecutablesPath_data()
     {
         QTest::addColumn<QString>("executable");
+        QTest::addColumn<QByteArray>("pid"); // "@" stands for the number
         QTest::addColumn<bool>("running");
-        QTest::newRow("called steam") << u"here/steam"_s << true;
-        QTest::newRow("steam in the name") << u"here/mysteamclient"_s << true;
-        QTest::newRow("in a folder called steam") << u"steam/client"_s << true;
-        QTest::newRow("Steam") << u"Steam/Steam"_s << false;
-        QTest::newRow("another program, by chance after a reboot") << u"here/client"_s << false;
+        QTest::newRow("called steam") << u"here/steam"_s << QByteArray("@") << true;
+        QTest::newRow("with steam in its name")
+            << u"here/mysteamclient"_s << QByteArray("@\r\n") << true;
+        QTest::newRow("in a folder called steam, and white space around its number")
+            << u"steam/client"_s << QByteArray(" \t\n@ \n\n") << true;
+        QTest::newRow("not by a capital letter") << u"Steam/Steam"_s << QByteArray("@\n") << false;
+        QTest::newRow("not another program that has its number after a reboot")
+            << u"here/client"_s << QByteArray("@\n") << false;
     }
-    void executablePath()
+    void aClientByItsExecutablesPath()
     {
         QFETCH(QString, executable);
+        QFETCH(QByteArray, pid);
         QFETCH(bool, running);
         const PretendMachine machine;
         // Not in the machine's folder: its path holds the name of this test, which says "steam".
         const QTemporaryDir folder(QDir::tempPath() + "/clients-XXXXXX"_L1);
-        const Running process(folder.filePath(executable));
-        writePid(machine, process.pid() + '\n');
+        const QString path = folder.filePath(executable);
+        const Running process(path);
+        writePid(machine, pid.replace("@", process.pid()));
+        QCOMPARE(steam::isSteamRunning(), running);
+        QVERIFY(QFile::remove(path)); // as an update does while Steam runs
         QCOMPARE(steam::isSteamRunning(), running);
     }
 
-    void aClientWhoseFileWasReplacedRuns()
-    {
-        const PretendMachine machine;
-        const QTemporaryDir folder(QDir::tempPath() + "/clients-XXXXXX"_L1);
-        const QString program = folder.filePath(u"steam"_s);
-        const Running process(program);
-        writePid(machine, process.pid());
-        QVERIFY(QFile::remove(program)); // as an update does while Steam runs
-        QVERIFY(steam::isSteamRunning());
-    }
-
-    void exitedButUnreapedClientIsGone()
+    void aClientThatDoesNotRunIsNotWaitedFor()
     {
         PretendMachine machine;
         machine.installSteam();
         machine.addSteamCommand();
-        const QByteArray client = QFile::encodeName(machine.steamRoot() + "/ubuntu12_32/steam"_L1);
-        QByteArray name = "steam";
-        char *arguments[] = {name.data(), nullptr};
-        pid_t pid = 0;
-        QCOMPARE(::posix_spawn(&pid, client.constData(), nullptr, nullptr, arguments, environ), 0);
-        // It exits once its background process runs, and stays as a zombie until it is waited for.
-        siginfo_t state = {};
-        QCOMPARE(::waitid(P_PID, static_cast<id_t>(pid), &state, WEXITED | WNOWAIT), 0);
-        machine.killSteamClient();
-        writePid(machine, QByteArray::number(pid) + '\n');
-        const bool exists = ::kill(pid, 0) == 0;
-        const bool running = steam::isSteamRunning();
-        QCOMPARE(::waitpid(pid, nullptr, 0), pid);
-        QVERIFY(exists);
-        QVERIFY(!running);
+        int ticks = 0;
+        QVERIFY(steam::shutdownSteam(90, [&ticks] { ++ticks; }));
+        QCOMPARE(ticks, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(machine.steamCalls(), QStringList{u"-shutdown"_s}, 30'000);
     }
 
-    void startsTheClient()
+    void aClientExitsWhenAsked()
+    {
+        PretendMachine machine;
+        machine.installSteam();
+        machine.writeLocalConfig("\"UserLocalConfigStore\"\n{\n}\n");
+        machine.startSteamClient();
+        QVERIFY(steam::isSteamRunning());
+        QVERIFY(steam::shutdownSteam(30, {}));
+        QVERIFY(!steam::isSteamRunning());
+        QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+        // It was not killed: it wrote its file.
+        QCOMPARE(machine.readLocalConfig(),
+                 QByteArray("\"UserLocalConfigStore\"\n{\n\t\"ExitCount\"\t\t\"1\"\n}\n"));
+    }
+
+    void aClientThatDoesNotExitIsLeftAlone()
+    {
+        PretendMachine machine;
+        machine.installSteam();
+        machine.writeLocalConfig("\"UserLocalConfigStore\"\n{\n}\n");
+        machine.startStubbornSteamClient();
+        int ticks = 0;
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(!steam::shutdownSteam(2, [&ticks] { ++ticks; }));
+        QVERIFY(timer.elapsed() >= 2000);
+        QCOMPARE(ticks, 4);
+        QVERIFY(steam::isSteamRunning());
+        QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
+        QCOMPARE(machine.readLocalConfig(), QByteArray("\"UserLocalConfigStore\"\n{\n}\n"));
+    }
+
+    void aClientIsAskedAlsoWhereThereIsNoTimeToWait_data()
+    {
+        QTest::addColumn<int>("seconds");
+        QTest::addColumn<bool>("clientRuns");
+        QTest::newRow("0 seconds, a client") << 0 << true;
+        QTest::newRow("0 seconds, no client") << 0 << false;
+        QTest::newRow("-1 seconds, a client") << -1 << true;
+    }
+    void aClientIsAskedAlsoWhereThereIsNoTimeToWait()
+    {
+        QFETCH(int, seconds);
+        QFETCH(bool, clientRuns);
+        PretendMachine machine;
+        machine.installSteam();
+        machine.addSteamCommand();
+        if (clientRuns)
+            machine.startStubbornSteamClient();
+        int ticks = 0;
+        QCOMPARE(steam::shutdownSteam(seconds, [&ticks] { ++ticks; }), !clientRuns);
+        QCOMPARE(ticks, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(machine.steamCalls(), QStringList{u"-shutdown"_s}, 30'000);
+    }
+
+    void aClientThatExitsMeanwhileIsSeen_data()
+    {
+        QTest::addColumn<int>("exitsAtTick");
+        QTest::newRow("by the next look") << 1;
+        QTest::newRow("by the last look, after the last wait") << 2;
+    }
+    void aClientThatExitsMeanwhileIsSeen()
+    {
+        QFETCH(int, exitsAtTick);
+        PretendMachine machine;
+        machine.installSteam();
+        machine.startStubbornSteamClient();
+        int ticks = 0;
+        const bool gone = steam::shutdownSteam(1, [&] {
+            if (++ticks == exitsAtTick) {
+                machine.killSteamClient();
+                QTRY_VERIFY_WITH_TIMEOUT(!steam::isSteamRunning(), 30'000);
+            }
+        });
+        QVERIFY(gone);
+        QCOMPARE(ticks, exitsAtTick);
+    }
+
+    void theCommandsSuccessDoesNotCount_data()
+    {
+        QTest::addColumn<QByteArray>("script"); // empty: there is no such command
+        QTest::newRow("it is missing") << QByteArray();
+        QTest::newRow("it fails") << QByteArray("#!/bin/sh\nexit 1\n");
+        QTest::newRow("it succeeds, and asks nobody") << QByteArray("#!/bin/sh\nexit 0\n");
+    }
+    void theCommandsSuccessDoesNotCount()
+    {
+        QFETCH(QByteArray, script);
+        PretendMachine machine;
+        machine.installSteam();
+        machine.startStubbornSteamClient();
+        QVERIFY(QFile::remove(machine.root() + "/bin/steam"_L1));
+        if (!script.isEmpty())
+            machine.addCommand(u"steam"_s, script);
+        QVERIFY(!steam::shutdownSteam(1, {}));
+        machine.killSteamClient();
+        QVERIFY(steam::shutdownSteam(30, {}));
+    }
+
+    void theCommandsEndIsNotWaitedFor()
+    {
+        const PretendMachine machine;
+        machine.addCommand(u"steam"_s, "#!/bin/sh\necho $$ > \"$HOME/command\"\nexec sleep 60\n");
+        QVERIFY(steam::shutdownSteam(1, {}));
+        QTRY_VERIFY_WITH_TIMEOUT(machine.read(u"home/command"_s).endsWith('\n'), 30'000);
+        const pid_t command = machine.read(u"home/command"_s).trimmed().toInt();
+        QCOMPARE(::kill(command, SIGKILL), 0); // it still ran
+    }
+
+    void theClientIsStartedWithoutArguments()
     {
         PretendMachine machine;
         machine.installSteam();
         machine.addSteamCommand();
         steam::startSteam();
         QTRY_VERIFY_WITH_TIMEOUT(steam::isSteamRunning(), 30'000);
-        QCOMPARE(machine.steamCalls(), QStringList{u""_s}); // one call without arguments
+        QCOMPARE(machine.steamCalls(), QStringList{u""_s});
     }
 
-    void startsNothingWithoutTheCommand()
+    void nothingIsStartedWithoutTheCommand()
     {
-        // Nothing else on the search path either, or a real client would be started.
+        // Only the pretend machine's commands are on the search path, so no real client is started.
         const PretendMachine machine;
         qputenv("PATH", QFile::encodeName(machine.root() + "/bin"_L1));
         steam::startSteam();
         QVERIFY(!steam::isSteamRunning());
     }
 
-    void clientOutlivesTheStarter()
+    void theClientOutlivesItsStarter()
     {
-        // A client that says a word and answers once it is asked.
+        // A client that prints a line and answers when it is asked.
         const PretendMachine machine;
         machine.addCommand(u"steam"_s, "#!/bin/sh\n"
                                        "read -r question < \"$HOME/question\"\n"
@@ -225,8 +272,7 @@ private Q_SLOTS:
         QCOMPARE(QProcess::execute(QCoreApplication::applicationFilePath(), {u"--start-steam"_s}),
                  0);
 
-        // Asked only now, it cannot answer when the starter's end reached it by a signal or a lost
-        // pipe.
+        // It can answer only if neither a signal nor a lost pipe told it of the starter's end.
         int question = -1;
         QTRY_VERIFY_WITH_TIMEOUT((question = ::open(pipe.constData(), O_WRONLY | O_NONBLOCK)) >= 0,
                                  30'000);
@@ -235,27 +281,6 @@ private Q_SLOTS:
         ::close(question);
         QCOMPARE(written, line.size());
         QTRY_COMPARE_WITH_TIMEOUT(machine.read(u"home/answer"_s), line, 30'000);
-    }
-
-    void clientHoldsNoFileOfTheStarter()
-    {
-        PretendMachine machine;
-        machine.installSteam();
-        machine.addSteamCommand();
-        machine.writeLocalConfig("x");
-        QFile open(machine.localConfig());
-        QVERIFY(open.open(QIODevice::ReadWrite));
-        steam::startSteam();
-        QTRY_VERIFY_WITH_TIMEOUT(steam::isSteamRunning(), 30'000);
-        const QDir descriptors("/proc/"_L1 + QString::fromLatin1(pidOfClient(machine)) + "/fd"_L1);
-        QStringList files;
-        for (const QFileInfo &entry :
-             descriptors.entryInfoList(QDir::Files | QDir::System | QDir::NoDotAndDotDot)) {
-            if (entry.symLinkTarget().startsWith(machine.root()))
-                files.append(entry.symLinkTarget());
-        }
-        QVERIFY(descriptors.exists());
-        QCOMPARE(files, QStringList());
     }
 };
 
