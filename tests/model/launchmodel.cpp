@@ -26,7 +26,7 @@ std::string digitsAt(const std::string &text, std::size_t position)
     return digits;
 }
 
-/// What the digits say; 0 when no int can hold it.
+/// The number; 0 if it does not fit an int.
 int numberOf(const std::string &digits)
 {
     long long number = 0;
@@ -38,7 +38,7 @@ int numberOf(const std::string &digits)
     return static_cast<int>(number);
 }
 
-/// The digits behind the first `key` that has any; at most `most` of them.
+/// The digits after the first `key` that is followed by any; at most `most` of them.
 std::string firstDigits(const std::string &text, const std::string &key, std::size_t most = 1000)
 {
     for (std::size_t at = text.find(key); at != std::string::npos; at = text.find(key, at + 1)) {
@@ -55,7 +55,7 @@ int firstNumber(const std::string &text, const std::string &key, int otherwise)
     return digits.empty() ? otherwise : numberOf(digits);
 }
 
-/// Digits, a point and a digit behind the first LOW_LATENCY that has them, in tenths.
+/// The number with one decimal after the first MARROWPULSE_LOW_LATENCY= that has one, in tenths.
 int pacingIn(const std::string &text)
 {
     const std::string key = "MARROWPULSE_LOW_LATENCY=";
@@ -71,37 +71,13 @@ int pacingIn(const std::string &text)
     return 0;
 }
 
-bool storedBool(const std::string &text)
-{
-    std::string lower;
-    for (const char c : text)
-        lower += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    return lower != "false" && lower != "0" && lower != "";
-}
-
-/// A whole number with an optional sign and blanks around it; 0 for anything else. A number that no
-/// int but a 64-bit number can hold reads as whatever Qt cuts it to, and is not told here.
-int storedInt(std::string text)
-{
-    while (!text.empty() && text.front() == ' ')
-        text.erase(0, 1);
-    while (!text.empty() && text.back() == ' ')
-        text.pop_back();
-    const bool negative = !text.empty() && text.front() == '-';
-    if (negative || (!text.empty() && text.front() == '+'))
-        text.erase(0, 1);
-    if (text.empty() || digitsAt(text, 0) != text)
-        return 0;
-    return negative ? -numberOf(text) : numberOf(text);
-}
-
 } // namespace
 
 int frameCap(int refreshHz)
 {
     if (refreshHz < 1)
         return 45;
-    // Three quarters, and a half more so that cutting the fraction off rounds.
+    // Three quarters plus a half: the division cuts the fraction off, which so rounds.
     return static_cast<int>((3LL * refreshHz + 2) / 4);
 }
 
@@ -174,39 +150,6 @@ LaunchSettings parse(const std::string &text)
     settings.debugoverlay = has(text, "GAMESCOPE_FRAMEGEN_DEBUG=1");
     settings.pacing = pacingIn(text);
     return settings;
-}
-
-LoadedLaunch load(const std::map<std::string, std::string> &store, const std::string &appid,
-                  const std::string &currentOptions)
-{
-    if (isOwn(currentOptions))
-        return {parse(currentOptions), true};
-    const auto isStored = [&](const std::string &field) {
-        return store.count("config/" + appid + "/" + field) > 0;
-    };
-    const auto flag = [&](const std::string &field, bool absent) {
-        return isStored(field) ? storedBool(store.at("config/" + appid + "/" + field)) : absent;
-    };
-    const auto number = [&](const std::string &field) {
-        return isStored(field) ? storedInt(store.at("config/" + appid + "/" + field)) : 0;
-    };
-    LoadedLaunch loaded;
-    if (!isStored("framegen"))
-        return loaded;
-    loaded.settings.upscaling = flag("upscaling", false);
-    loaded.settings.renderW = number("renderW");
-    loaded.settings.renderH = number("renderH");
-    loaded.settings.outputW = number("outputW");
-    loaded.settings.outputH = number("outputH");
-    loaded.settings.framegen = flag("framegen", false);
-    loaded.settings.fgbackend = number("fgbackend");
-    loaded.settings.holdback = number("holdback");
-    loaded.settings.framecap = flag("framecap", true);
-    loaded.settings.caphz = number("caphz");
-    loaded.settings.renderres = flag("renderres", true);
-    loaded.settings.pacing = number("pacing");
-    loaded.settings.debugoverlay = flag("debugoverlay", false);
-    return loaded;
 }
 
 } // namespace model

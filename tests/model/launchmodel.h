@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <map>
 #include <string>
 
-// The rules of the launch options told a second time, as plainly as possible and without a line of
-// the program: what the program does is compared with this.
+// The rules of the launch options, written a second time, as plainly as possible and without the
+// program's sources. Tests compare the program with it.
 namespace model
 {
 
@@ -33,13 +32,6 @@ struct LaunchGpu {
     std::string id;
 };
 
-struct LoadedLaunch {
-    LaunchSettings settings;
-    bool enabled = false;
-
-    bool operator==(const LoadedLaunch &) const = default;
-};
-
 int frameCap(int refreshHz);
 
 std::string compose(const LaunchSettings &settings, const LaunchGpu &display,
@@ -49,9 +41,5 @@ std::string compose(const LaunchSettings &settings, const LaunchGpu &display,
 bool isOwn(const std::string &text);
 
 LaunchSettings parse(const std::string &text);
-
-/// `store` holds the values as text, under "config/<app id>/<field>".
-LoadedLaunch load(const std::map<std::string, std::string> &store, const std::string &appid,
-                  const std::string &currentOptions);
 
 } // namespace model

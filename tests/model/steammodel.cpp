@@ -16,8 +16,8 @@ Text part(const Text &text, std::size_t from, std::size_t to)
     return text.substr(from, to - from);
 }
 
-/// Behind as many of `these` as stand at `i`. Nowhere leads to nowhere, here and below, so that the
-/// steps of a pattern can be chained.
+/// The position after all of `these` characters that stand at `i`. As below, `nowhere` gives
+/// `nowhere`, so that calls can be chained.
 std::size_t many(const Text &text, std::size_t i, const Text &these)
 {
     return i == nowhere ? nowhere : std::min(text.find_first_not_of(these, i), text.size());
@@ -28,14 +28,14 @@ std::size_t blanks(const Text &text, std::size_t i)
     return many(text, i, " \t\n\v\f\r");
 }
 
-/// Behind `literal` if it stands at `i`.
+/// The position after `literal` if it stands at `i`.
 std::size_t literally(const Text &text, std::size_t i, const Text &literal)
 {
     const bool stands = i != nowhere && text.compare(i, literal.size(), literal) == 0;
     return stands ? i + literal.size() : nowhere;
 }
 
-/// The blocks that `key` opens: "key" blanks {. The closing brace may be nowhere.
+/// The blocks of the pattern: "key" blanks {. The closing brace may be `nowhere`.
 std::vector<Block> blocksOf(const Text &text, const Text &key)
 {
     std::vector<Block> blocks;
@@ -48,7 +48,7 @@ std::vector<Block> blocksOf(const Text &text, const Text &key)
     return blocks;
 }
 
-/// The quotes of the values in a block: "LaunchOptions" blanks "value".
+/// The quotes of the values in a block, by the pattern: "LaunchOptions" blanks "value".
 std::vector<Block> valuesIn(const Text &text, Block block)
 {
     std::vector<Block> values;
@@ -64,13 +64,13 @@ std::vector<Block> valuesIn(const Text &text, Block block)
     return values;
 }
 
-/// A place and the white space that stands there.
+/// A position, and the white space there.
 struct Indentation {
     std::size_t at = nowhere;
     Text text;
 };
 
-/// The first { line feed, blanks, quote in a block: its blanks.
+/// The blanks of the block's first match of the pattern: { line feed blanks quote.
 Indentation lineIndentation(const Text &text, Block block)
 {
     for (std::size_t i = block.open; i < block.close; ++i) {
@@ -82,7 +82,7 @@ Indentation lineIndentation(const Text &text, Block block)
     return {};
 }
 
-/// The first line feed, tabs, "digits" in the section: its tabs.
+/// The tabs of the section's first match of the pattern: line feed tabs "digits".
 Text appIndentation(const Text &text, Block apps)
 {
     for (std::size_t i = apps.open; i < apps.close; ++i) {
@@ -146,7 +146,7 @@ bool isUtf8(const Text &text)
     return i == text.size();
 }
 
-/// UTF-8 of UTF-16; a unit that is no character becomes "?", which does not read back as that.
+/// UTF-8 of UTF-16. Half of a surrogate pair becomes "?", which does not read back.
 Text encode(const std::u16string &units)
 {
     Text text;
@@ -165,8 +165,8 @@ Text encode(const std::u16string &units)
     return text;
 }
 
-/// What a reader sees in a block who knows quotes, escapes in them and braces: strings, "{" and
-/// "}", and nothing else. A string that does not end closes nowhere.
+/// The strings and braces of a block, as a reader finds them who knows quotes and escapes. A string
+/// that does not end closes `nowhere`.
 std::vector<Block> tokensIn(const Text &text, Block block)
 {
     std::vector<Block> tokens;
@@ -183,7 +183,7 @@ std::vector<Block> tokensIn(const Text &text, Block block)
     return tokens;
 }
 
-/// Where the block of the first token closes to that reader.
+/// The brace that closes the first token's block for that reader.
 std::size_t closingToken(const Text &text, const std::vector<Block> &tokens)
 {
     int depth = 0;
@@ -195,8 +195,8 @@ std::size_t closingToken(const Text &text, const std::vector<Block> &tokens)
     return nowhere;
 }
 
-/// Whether that reader sees the value of a key "LaunchOptions", and no block behind it. Keys and
-/// values take turns; behind a brace stands a key.
+/// True if that reader takes it for the value of a key "LaunchOptions", and no block follows it.
+/// Keys and values take turns; after a brace comes a key.
 bool isValueOfKey(const Text &text, const std::vector<Block> &tokens, Block value)
 {
     bool isKey = true;
@@ -210,7 +210,7 @@ bool isValueOfKey(const Text &text, const std::vector<Block> &tokens, Block valu
     return false;
 }
 
-/// Whether the braces pair up by themselves.
+/// True if every brace has its partner in the text.
 bool arePaired(const Text &text)
 {
     int depth = 0;
@@ -222,11 +222,11 @@ bool arePaired(const Text &text)
     return depth == 0;
 }
 
-/// What one change does to the text, or why it does nothing.
+/// One change of the text, or why it is refused.
 struct Decision {
     Change change;
     Refusal refusal;
-    Block block; ///< of the app; nowhere when it gets a new one
+    Block block; ///< of the app; `nowhere` if it gets a new one
     std::size_t from = 0, to = 0;
     Text bytes{};
 };
@@ -333,18 +333,13 @@ Block findAppBlock(const Text &text, Block apps, const Text &appid)
     return {};
 }
 
-Text rawLaunchOptions(const Text &text, const Text &appid)
+std::u16string readLaunchOptions(const Text &text, const Text &appid)
 {
     const Block block = findAppBlock(text, findAppsSection(text), appid);
     const std::vector<Block> values = valuesIn(text, block);
     return block.open == nowhere || values.empty()
-               ? Text()
-               : part(text, values.front().open + 1, values.front().close);
-}
-
-std::u16string readLaunchOptions(const Text &text, const Text &appid)
-{
-    return decode(rawLaunchOptions(text, appid));
+               ? std::u16string()
+               : decode(part(text, values.front().open + 1, values.front().close));
 }
 
 Edited edit(const Text &text, const std::vector<Change> &changes)
@@ -368,7 +363,8 @@ Edited edit(const Text &text, const std::vector<Change> &changes)
         else
             accepted.push_back(next);
     }
-    // From the end of the text to its start; new blocks, all in one place, each before the others.
+    // Changes go in from the text's end to its start. New blocks have one place: the later stands
+    // first.
     std::stable_sort(accepted.begin(), accepted.end(),
                      [](const Decision &a, const Decision &b) { return a.from > b.from; });
     for (std::size_t before = nowhere; before != accepted.size();) {

@@ -13,7 +13,7 @@ namespace model
 
 constexpr std::size_t nowhere = std::string::npos;
 
-/// Where "{" and the "}" that closes it stand, or the two quotes of a value.
+/// The positions of "{" and of the "}" that closes it, or of the two quotes of a value.
 struct Block {
     std::size_t open = nowhere;
     std::size_t close = nowhere;
@@ -24,10 +24,8 @@ struct Block {
 std::size_t matchingBrace(const std::string &text, std::size_t start);
 Block findAppsSection(const std::string &text);
 Block findAppBlock(const std::string &text, Block apps, const std::string &appid);
-/// In UTF-16; a byte that is part of no character is U+FFFD.
+/// In UTF-16. A byte that is part of no character becomes U+FFFD.
 std::u16string readLaunchOptions(const std::string &text, const std::string &appid);
-/// The same as it stands in the file.
-std::string rawLaunchOptions(const std::string &text, const std::string &appid);
 
 struct Change {
     std::string appid;
@@ -36,7 +34,7 @@ struct Change {
 
 struct Refusal {
     std::string message;
-    std::string reason; ///< tells apart what has the same message
+    std::string reason; ///< which rule refuses it: several have one message
 
     bool operator==(const Refusal &other) const { return message == other.message; }
 };

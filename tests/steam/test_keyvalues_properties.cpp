@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The locators and the reader against the same rules told a second time, on the bytes of files.
+// Generated files: the program must find what the model finds.
 #include "steam/keyvalues.h"
 
 #include "model/steammodel.h"
@@ -14,7 +14,7 @@ using support::Text;
 namespace
 {
 
-// How often a property saw what it is about; a generator that never makes it proves nothing.
+/// How many cases of a property had what it is about. Without any it would prove nothing.
 struct Seen {
     int found = 0;
     int missing = 0;
@@ -35,7 +35,7 @@ struct Seen {
     }
 };
 
-/// A position as the model has it, which has no -1.
+/// A position for the model: its `nowhere` is -1 here.
 std::size_t place(qsizetype position)
 {
     return static_cast<std::size_t>(position);
@@ -46,8 +46,7 @@ model::Block asBlock(BraceSpan span)
     return {place(span.open), place(span.close)};
 }
 
-/// The bytes of any text, or of a few sections, one after the other, whose sizes are close in
-/// letters and in bytes.
+/// The bytes of any text, or of a few sections in a row, of nearly as many letters and bytes.
 rc::Gen<std::string> anyFile()
 {
     const rc::Gen<Text> letters = support::joined(
@@ -77,7 +76,7 @@ class TestKeyValuesProperties : public QObject
 
 private Q_SLOTS:
     void initTestCase() { support::preparePropertyCases(); }
-    void matchingBraceIsTheModels()
+    void theModelFindsTheSameClosingBrace()
     {
         Seen seen;
         QVERIFY(rc::check("matchingBrace equals the model from any start", [&seen] {
@@ -91,7 +90,7 @@ private Q_SLOTS:
         QVERIFY(seen.enough());
     }
 
-    void appsSectionIsTheModels()
+    void theModelFindsTheSameSection()
     {
         Seen seen;
         QVERIFY(rc::check("findAppsSection equals the model", [&seen] {
@@ -103,10 +102,9 @@ private Q_SLOTS:
         QVERIFY(seen.enough());
     }
 
-    void appBlockInAnySpanIsTheModels()
+    void theModelFindsTheSameBlockBetweenAnyPositions()
     {
-        // In a section whose braces match, every block that opens also closes; so this takes any
-        // span.
+        // Within a real section every block ends. Between any two positions not every block does.
         Seen seen;
         QVERIFY(rc::check(
             "findAppBlock equals the model in the section and between any positions", [&] {
@@ -128,7 +126,7 @@ private Q_SLOTS:
         QVERIFY(seen.enough());
     }
 
-    void launchOptionsAreTheModels()
+    void theModelReadsTheSameLaunchOptions()
     {
         Seen seen;
         QVERIFY(rc::check("readLaunchOptions equals the model", [&seen] {
