@@ -129,6 +129,7 @@ private Q_SLOTS:
         row("not a value before it", u"\"apps\" { \"10\" \"1\" \"10\" «{ »} }"_s);
         row("the first of two", u"\"apps\" { \"10\" «{ »} \"10\" { x } }"_s);
         row("at any depth", u"\"apps\" { \"20\" { \"10\" «{ »} } \"10\" { } }"_s);
+        row("the outer of two", u"\"apps\" { \"10\" «{ \"10\" { } »} }"_s);
         row("none without a section", u"\"10\" { }"_s);
         row("ends with the section's last byte", u"[{ \"10\" «{ ]»}"_s);
         row("none that ends after the section", u"[{ \"10\" { ] }"_s);
