@@ -3,10 +3,9 @@
 set(stage ${CPACK_TEMPORARY_DIRECTORY}/usr/share)
 set(doc ${stage}/doc/${CPACK_PACKAGE_NAME})
 
-# The licence becomes the copyright file, whose place does not depend on the folder of the documents.
-cmake_path(ABSOLUTE_PATH CPACK_MARROWPULSE_DOC_FOLDER BASE_DIRECTORY /usr)
-file(MAKE_DIRECTORY ${doc})
-file(RENAME ${CPACK_TEMPORARY_DIRECTORY}${CPACK_MARROWPULSE_DOC_FOLDER}/LICENSE ${doc}/copyright)
+# The licence is the copyright file.
+file(MAKE_DIRECTORY ${doc}) # CMAKE_INSTALL_DOCDIR may be another
+file(COPY_FILE ${CPACK_MARROWPULSE_SOURCES}/LICENSE ${doc}/copyright)
 
 # A change log in Debian's form, which points to the real one.
 execute_process(COMMAND date --utc --rfc-email --date=${CPACK_MARROWPULSE_DAY} OUTPUT_VARIABLE date

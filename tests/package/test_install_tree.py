@@ -19,7 +19,6 @@ FILES = {
     ICON % ("scalable", "svg"): 0o644,
     **{ICON % (f"{size}x{size}", "png"): 0o644 for size in SIZES},
     "share/man/man1/marrowpulse.1": 0o644,
-    "share/doc/marrowpulse/LICENSE": 0o644,
     "share/doc/marrowpulse/CHANGELOG.md": 0o644,
     "share/doc/marrowpulse/user-guide.md": 0o644,
     "share/doc/marrowpulse/launch-options.md": 0o644,
