@@ -127,6 +127,9 @@ private Q_SLOTS:
         edited("by the replacement character", value("~"), u"\ufffd"_s);
         edited("between line ends of another system",
                "'apps'\r\n{\r\n\t'620'\r\n\t{\r\n\t\t'LaunchOptions'\t\t'~'\r\n\t}\r\n}\r\n");
+        row("though the old one says LaunchOptions",
+            block("'LaunchOptions' 'LaunchOptions' 'k' 'v'"), {{u"620"_s, u"new"_s}},
+            block("'LaunchOptions' 'new' 'k' 'v'"));
         row("a new block has plain line ends among those of another system",
             "'apps'\r\n{\r\n\t'620'\r\n\t{\r\n\t}\r\n}\r\n", {{u"730"_s, u"x"_s}},
             "'apps'\r\n{\n\t'730'\n\t{\n\t\t'LaunchOptions'\t\t'x'\n\t}\r\n"
