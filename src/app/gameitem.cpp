@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/gameitem.h"
 
-#include "base/readfile.h"
+#include "base/files.h"
 
 #include <QBuffer>
 #include <QImageReader>

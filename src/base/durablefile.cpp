@@ -89,13 +89,13 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
     if (target.isEmpty() || !file.open(QIODevice::WriteOnly))
         return Replaced::CannotOpen;
     if (exists ? !takeAfter(file.handle(), path, old) : !setMode(file.handle(), 0600))
-        return Replaced::CommitFailed;
+        return Replaced::CannotReplace;
     // Do not trust commit() alone: it ignores a failing sync, and when the disk is full it can put
     // an empty or a cut file in place. After a return, QSaveFile removes the temporary file.
     if (file.write(content) != content.size() || !file.flush() || file.size() != content.size())
-        return Replaced::CommitFailed;
+        return Replaced::CannotReplace;
     if (!sync(file.handle()) || (expected && fileVersion(path) != expected) || !file.commit())
-        return Replaced::CommitFailed;
+        return Replaced::CannotReplace;
     // The file is replaced by now: a folder that cannot be synced is no failure.
     syncPath(QFileInfo(target).path());
     return Replaced::Yes;

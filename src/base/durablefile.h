@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/readfile.h"
+#include "base/files.h"
 
 // Replaces and copies files that other programs depend on. Success means that the bytes are on the
 // disk, not only on their way there.
@@ -9,11 +9,11 @@ namespace base
 {
 
 enum class Replaced {
-    Yes,          ///< `path` holds exactly the new content, synced to the disk; the folder is
-                  ///< synced, too, if that is possible
-    CannotOpen,   ///< the new file could not be opened beside `path`, which is unchanged
-    CommitFailed, ///< writing, syncing or renaming failed, or the file at `path` was not the
-                  ///< `expected` version; `path` is unchanged
+    Yes,           ///< `path` holds exactly the new content, synced to the disk; the folder is
+                   ///< synced, too, if that is possible
+    CannotOpen,    ///< the new file could not be opened beside `path`, which is unchanged
+    CannotReplace, ///< writing, syncing or renaming failed, or the file at `path` was not the
+                   ///< `expected` version; `path` is unchanged
 };
 
 /// Replaces the content of the file at `path` by `content`, or makes the file. Writes a temporary

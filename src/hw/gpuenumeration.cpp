@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "hw/gpuenumeration.h"
 
-#include "base/readfile.h"
+#include "base/files.h"
 #include "hw/pcielink.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "launch/libraryprefix.h"
 
-#include "base/readfile.h"
+#include "base/files.h"
 
 #include <QDir>
 

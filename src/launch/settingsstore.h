@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/folderlock.h"
-#include "base/readfile.h"
+#include "base/files.h"
 #include "launch/gamesettings.h"
 
 #include <QLatin1StringView>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "steam/gamescan.h"
 
-#include "base/readfile.h"
+#include "base/files.h"
 #include "steam/keyvalues.h"
 #include "steam/locations.h"
 

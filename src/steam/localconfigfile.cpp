@@ -40,7 +40,7 @@ bool replaceLocalConfig(const QString &path, const QByteArray &bytes, const base
     // the renaming. If the folder cannot be locked at all, the check must do.
     const base::FolderLock lock(QFileInfo(path).path());
     const base::Replaced replaced =
-        lock.isBusy() ? base::Replaced::CommitFailed : base::replaceFile(path, bytes, read);
+        lock.isBusy() ? base::Replaced::CannotReplace : base::replaceFile(path, bytes, read);
     if (replaced == base::Replaced::Yes)
         return true;
     const auto message =

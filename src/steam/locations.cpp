@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "steam/locations.h"
 
-#include "base/readfile.h"
+#include "base/files.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "steam/steamprocess.h"
 
-#include "base/readfile.h"
+#include "base/files.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -206,12 +206,12 @@ private Q_SLOTS:
         const ScratchFile file("old");
         const std::optional<base::FileVersion> read = base::fileVersion(file.path());
         file.write("somebody's");
-        QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CommitFailed);
+        QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CannotReplace);
         QCOMPARE(file.read(), QByteArray("somebody's"));
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
 
         QVERIFY(QFile::remove(file.path()));
-        QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CommitFailed);
+        QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CannotReplace);
         QCOMPARE(file.listing(), QStringList());
     }
 
@@ -235,7 +235,7 @@ private Q_SLOTS:
             const FileSizeLimit limit(static_cast<rlim_t>(room));
             result = base::replaceFile(file.path(), QByteArray(size, 'x'));
         }
-        QCOMPARE(result, Replaced::CommitFailed);
+        QCOMPARE(result, Replaced::CannotReplace);
         QCOMPARE(file.read(), QByteArray("the old content"));
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }

@@ -114,7 +114,7 @@ private Q_SLOTS:
         giveList(file.path(), closedToItsGroup);
         CallWatch watch;
         watch.fail(call, EPERM);
-        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::CommitFailed);
+        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::CannotReplace);
         QVERIFY(!base::copyFile(file.path(), file.beside(u"copy"_s)));
         QCOMPARE(file.read(), QByteArray("old"));
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});

@@ -54,7 +54,7 @@ private Q_SLOTS:
         const ScratchFile file("the old content");
         CallWatch watch;
         watch.fail(call, EIO);
-        QCOMPARE(base::replaceFile(file.path(), "the new content"), Replaced::CommitFailed);
+        QCOMPARE(base::replaceFile(file.path(), "the new content"), Replaced::CannotReplace);
         QCOMPARE(file.read(), QByteArray("the old content"));
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
@@ -116,7 +116,7 @@ private Q_SLOTS:
         QCOMPARE(base::copyFile(file.path(), file.beside(u"the copy"_s)), !isRoot);
         QCOMPARE(QFile::exists(file.beside(u"the copy"_s)), !isRoot);
         QCOMPARE(base::replaceFile(file.path(), "new"),
-                 isRoot ? Replaced::CommitFailed : Replaced::Yes);
+                 isRoot ? Replaced::CannotReplace : Replaced::Yes);
         QCOMPARE(file.read(), QByteArray(isRoot ? "old" : "new"));
     }
 
@@ -164,7 +164,7 @@ private Q_SLOTS:
         const std::optional<base::WholeFile> read = base::readWholeFile(file.path());
         CallWatch watch;
         watch.before("sync a file", [&] { write(file); });
-        QCOMPARE(base::replaceFile(file.path(), "new", read->version), Replaced::CommitFailed);
+        QCOMPARE(base::replaceFile(file.path(), "new", read->version), Replaced::CannotReplace);
         QCOMPARE(file.read(), left);
         QVERIFY(file.listing().size() <= 1);
     }

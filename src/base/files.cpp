@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "base/readfile.h"
+#include "base/files.h"
 
 #include <QFile>
 

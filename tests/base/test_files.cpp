@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "base/readfile.h"
+#include "base/files.h"
 
 #include "filecontents.h"
 #include "support/callwatch.h"
@@ -65,7 +65,7 @@ void setTime(const QString &path, time_t seconds)
 
 Q_DECLARE_METATYPE(Maker)
 
-class TestReadFile : public QObject
+class TestFiles : public QObject
 {
     Q_OBJECT
 
@@ -291,5 +291,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestReadFile)
-#include "test_readfile.moc"
+QTEST_GUILESS_MAIN(TestFiles)
+#include "test_files.moc"
