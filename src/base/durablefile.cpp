@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/durablefile.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -115,13 +114,6 @@ bool copyFile(const QString &from, const QString &to)
     copy.setAutoRemove(!copied || copied->bytes != content->bytes ||
                        !syncPath(QFileInfo(to).path()));
     return !copy.autoRemove();
-}
-
-QString makePrivateFolder(const QString &path)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    return path;
 }
 
 } // namespace base

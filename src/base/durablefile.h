@@ -33,8 +33,4 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
 /// and is on the disk. A failure leaves no partial copy at `to`.
 bool copyFile(const QString &from, const QString &to);
 
-/// Makes the folder with mode 0700 if it is missing, and missing folders above it with the usual
-/// mode. Returns `path`.
-QString makePrivateFolder(const QString &path);
-
 } // namespace base

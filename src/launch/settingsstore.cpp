@@ -7,7 +7,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSettings>
+#include <QStringBuilder>
+#include <QStringTokenizer>
 
 #include <algorithm>
 
@@ -25,7 +28,7 @@ constexpr auto scratchName = ".scratch-"_L1; // prefix of the folders beside the
 
 QString configKey(const QString &appid, QLatin1StringView field)
 {
-    return configGroup + appid + u'/' + field;
+    return configGroup % appid % u'/' % field;
 }
 
 QString originalKey(const QString &appid)
@@ -38,26 +41,38 @@ QVariant fieldOf(const GameSettings &settings, const SettingsField &field)
     return std::visit([&](auto member) { return QVariant(settings.*member); }, field.member);
 }
 
-/// True if the store holds every field of every record and all of the launch options, compared as
-/// the text that the file format has for them.
-bool holds(QSettings &store, const QMap<QString, GameSettings> &records,
-           const QMap<QString, QString> &originals)
+/// Makes the folder of the store's file, for this user alone, if it is missing. Returns its path.
+QString makeFolder(const QSettings &store)
 {
-    const auto isSame = [&store](QAnyStringView key, const QVariant &value) {
-        const QVariant held = store.value(key);
-        return held.isValid() && held.toString() == value.toString();
-    };
+    const QString path = QFileInfo(store.fileName()).path();
+    QDir().mkpath(QFileInfo(path).path());
+    QDir().mkdir(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    return path;
+}
+
+/// True if the store, which was read from `text`, holds every field of every record and all of the
+/// launch options. Looks for the fields in the text: QSettings takes ten times as long.
+bool holds(const QByteArray &text, const QSettings &store,
+           const QMap<QString, GameSettings> &records, const QMap<QString, QString> &originals)
+{
+    QHash<QLatin1StringView, QLatin1StringView> fields;
+    bool isConfig = false;
+    for (const QLatin1StringView line : qTokenize(QLatin1StringView(text), u'\n')) {
+        if (line.startsWith(u'['))
+            isConfig = line == "[config]"_L1;
+        else if (const qsizetype equals = line.indexOf(u'='); isConfig && equals >= 0)
+            fields.insert(line.first(equals), line.sliced(equals + 1));
+    }
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
-        store.beginGroup(configGroup + it.key());
-        const bool areSame = std::all_of(
-            settingsFields.begin(), settingsFields.end(),
-            [&](const SettingsField &field) { return isSame(field.key, fieldOf(*it, field)); });
-        store.endGroup();
-        if (!areSame)
-            return false;
+        const QByteArray game = it.key().toLatin1() + '\\';
+        for (const SettingsField &field : settingsFields) {
+            const QByteArray key = game + field.key.data();
+            if (fields.value(QLatin1StringView(key)) != fieldOf(*it, field).toString())
+                return false;
+        }
     }
     return std::all_of(originals.keyValueBegin(), originals.keyValueEnd(), [&](const auto &kept) {
-        return isSame(originalKey(kept.first), kept.second);
+        return originalLaunchOptions(store, kept.first) == kept.second;
     });
 }
 
@@ -95,10 +110,8 @@ LoadedGame loadGameSettings(const QSettings &store, const QString &appid,
 void saveAllGameSettings(QSettings &store, const QMap<QString, GameSettings> &records)
 {
     for (auto it = records.cbegin(); it != records.cend(); ++it) {
-        store.beginGroup(configGroup + it.key());
         for (const SettingsField &field : settingsFields)
-            store.setValue(field.key, fieldOf(*it, field));
-        store.endGroup();
+            store.setValue(configKey(it.key(), field.key), fieldOf(*it, field));
     }
     store.sync();
 }
@@ -119,8 +132,7 @@ QString originalLaunchOptions(const QSettings &store, const QString &appid)
 // on a copy, and another QSettings reads what it wrote. That one gets a new file name, because
 // QSettings caches by file name what it meant to write.
 
-StoreEdit::StoreEdit(QSettings &settingsStore)
-    : store(settingsStore), lock(base::makePrivateFolder(QFileInfo(store.fileName()).path()))
+StoreEdit::StoreEdit(QSettings &settingsStore) : store(settingsStore), lock(makeFolder(store))
 {
     const QString path = store.fileName();
     store.sync();
@@ -134,7 +146,7 @@ StoreEdit::StoreEdit(QSettings &settingsStore)
         QDir(left.filePath()).removeRecursively(); // a killed run left it
     scratch.emplace(beside.filePath(scratchName + "XXXXXX"_L1));
     QFile copied(scratch->filePath(u"copy.conf"_s));
-    const QByteArray bytes = file ? file->bytes : QByteArray();
+    bytes = file ? file->bytes : QByteArray();
     if (copied.open(QIODevice::WriteOnly) && copied.write(bytes) == bytes.size() && copied.flush())
         settings = std::make_unique<QSettings>(copied.fileName(), QSettings::NativeFormat);
 }
@@ -155,7 +167,7 @@ bool StoreEdit::save(const QMap<QString, GameSettings> &records,
 {
     if (!settings)
         return false;
-    if (holds(*settings, records, originals))
+    if (holds(bytes, *settings, records, originals))
         return true;
     for (auto it = originals.cbegin(); it != originals.cend(); ++it)
         rememberOriginalLaunchOptions(*settings, it.key(), *it);
@@ -164,8 +176,8 @@ bool StoreEdit::save(const QMap<QString, GameSettings> &records,
     if (!QFile::rename(settings->fileName(), path))
         return false;
     const auto written = base::readWholeFile(path);
-    QSettings proof(path, QSettings::NativeFormat);
-    return written && holds(proof, records, originals) && keepsAll(proof, store) &&
+    const QSettings proof(path, QSettings::NativeFormat);
+    return written && holds(written->bytes, proof, records, originals) && keepsAll(proof, store) &&
            base::replaceFile(store.fileName(), written->bytes, version) == base::Replaced::Yes;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/folderlock.h"
 #include "base/files.h"
+#include "base/folderlock.h"
 #include "launch/gamesettings.h"
 
 #include <QLatin1StringView>
@@ -95,6 +95,7 @@ private:
     QSettings &store;
     base::FolderLock lock;
     std::optional<base::FileVersion> version;
+    QByteArray bytes;                     ///< the file's content
     std::optional<QTemporaryDir> scratch; ///< beside the store's file
     std::unique_ptr<QSettings> settings;  ///< of a copy of it in there
 };

@@ -151,23 +151,6 @@ private Q_SLOTS:
         QCOMPARE(base::replaceFile(file.beside(u"made"_s), "made"), Replaced::Yes);
         QCOMPARE(ScratchFile::mode(file.beside(u"made"_s)), 0600);
     }
-
-    void aNewFolderIsTheUsersOwn()
-    {
-        const ScratchFile file("old");
-        const WithoutUmask without;
-        base::makePrivateFolder(file.beside(u"above/made"_s));
-        QCOMPARE(ScratchFile::mode(file.beside(u"above"_s)), 0777);
-        QCOMPARE(ScratchFile::mode(file.beside(u"above/made"_s)), 0700);
-    }
-
-    void aFolderThatIsThereIsLeftAsItIs()
-    {
-        const ScratchFile file("old");
-        ScratchFile::setMode(file.folder(), 0755);
-        base::makePrivateFolder(file.folder());
-        QCOMPARE(ScratchFile::mode(file.folder()), 0755);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestDurableFileAccess)
