@@ -77,20 +77,19 @@ AppliedChanges applyChanges(const QString &vdf, const QList<LaunchOptionsChange>
                             QSettings &store, const QMap<QString, launch::GameSettings> &records)
 {
     AppliedChanges applied;
-    QString error;
-    const auto file = steam::readLocalConfig(vdf, &error);
+    const auto file = base::readWholeFile(vdf);
     launch::StoreEdit storeEdit(store);
     if (!file) {
         for (const auto &[appid, options] : staged) {
             const QString refusal = steam::storageRefusal(options);
-            applied.failures.insert(appid, refusal.isEmpty() ? error : refusal);
+            applied.failures.insert(appid, refusal.isEmpty() ? steam::cannotOpen + vdf : refusal);
         }
         storeEdit.save(records, {});
         return applied;
     }
 
     const steam::AppsSection section(file->bytes);
-    const QString cannotKeep = steam::noBackupMessage(store.fileName());
+    const QString cannotKeep = steam::cannotBackUp + store.fileName();
     QList<LaunchOptionsChange> changes =
         changesToMake(staged, section, storeEdit.content(), cannotKeep, applied);
     const auto edit = [&] { // and leaves out the refused changes
@@ -105,10 +104,10 @@ AppliedChanges applyChanges(const QString &vdf, const QList<LaunchOptionsChange>
     if (dropFailed(changes, applied))
         bytes = edit();
 
-    const bool isReplaced =
-        changes.isEmpty() || steam::replaceLocalConfig(vdf, bytes, file->version, &error);
+    const QString error =
+        changes.isEmpty() ? QString() : steam::replaceLocalConfig(vdf, bytes, file->version);
     for (const auto &[appid, options] : changes)
-        (isReplaced ? applied.launchOptions : applied.failures)
-            .insert(appid, isReplaced ? options : error);
+        (error.isEmpty() ? applied.launchOptions : applied.failures)
+            .insert(appid, error.isEmpty() ? options : error);
     return applied;
 }

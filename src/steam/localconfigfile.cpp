@@ -15,26 +15,36 @@ namespace steam
 namespace
 {
 
-/// Assigns the message unless `error` is null. Returns false, so that a caller can return it.
-bool fail(const QString &message, QString *error)
+/// As setLaunchOptions(); returns the reason why it failed, empty on success.
+QString setOptions(const QString &path, const QString &appid, const QString &options,
+                   bool makeBackup)
 {
-    if (error)
-        *error = message;
-    return false;
+    if (const QString refusal = storageRefusal(options); !refusal.isEmpty())
+        return refusal; // before the file is opened, which may be missing
+    const std::optional<base::WholeFile> file = base::readWholeFile(path);
+    if (!file)
+        return cannotOpen + path;
+    const EditedText edited = editLaunchOptions(file->bytes, {{appid, options}});
+    if (!edited.refusals.isEmpty())
+        return edited.refusals.first();
+    if (makeBackup && writeBackup(path).isEmpty())
+        return cannotBackUp + path;
+    return replaceLocalConfig(path, edited.bytes, file->version);
 }
 
 } // namespace
 
-std::optional<base::WholeFile> readLocalConfig(const QString &path, QString *error)
+bool setLaunchOptions(const QString &path, const QString &appid, const QString &options,
+                      bool makeBackup, QString *error)
 {
-    std::optional<base::WholeFile> file = base::readWholeFile(path);
-    if (!file)
-        fail("cannot open "_L1 + path, error);
-    return file;
+    const QString reason = setOptions(path, appid, options, makeBackup);
+    if (error && !reason.isEmpty())
+        *error = reason;
+    return reason.isEmpty();
 }
 
-bool replaceLocalConfig(const QString &path, const QByteArray &bytes, const base::FileVersion &read,
-                        QString *error)
+QString replaceLocalConfig(const QString &path, const QByteArray &bytes,
+                           const base::FileVersion &read)
 {
     // The lock keeps other windows of the program from writing between the check of the version and
     // the renaming. If the folder cannot be locked at all, the check must do.
@@ -42,26 +52,9 @@ bool replaceLocalConfig(const QString &path, const QByteArray &bytes, const base
     const base::Replaced replaced =
         lock.isBusy() ? base::Replaced::CannotReplace : base::replaceFile(path, bytes, read);
     if (replaced == base::Replaced::Yes)
-        return true;
-    const auto message =
-        replaced == base::Replaced::CannotOpen ? "cannot write "_L1 : "commit failed for "_L1;
-    return fail(message + path, error);
-}
-
-bool setLaunchOptions(const QString &path, const QString &appid, const QString &options,
-                      bool makeBackup, QString *error)
-{
-    if (const QString refusal = storageRefusal(options); !refusal.isEmpty())
-        return fail(refusal, error); // before the file is opened, which may be missing
-    const std::optional<base::WholeFile> file = readLocalConfig(path, error);
-    if (!file)
-        return false;
-    const EditedText edited = editLaunchOptions(file->bytes, {{appid, options}});
-    if (!edited.refusals.isEmpty())
-        return fail(edited.refusals.first(), error);
-    if (makeBackup && writeBackup(path).isEmpty())
-        return fail(noBackupMessage(path), error);
-    return replaceLocalConfig(path, edited.bytes, file->version, error);
+        return {};
+    return (replaced == base::Replaced::CannotOpen ? "cannot write "_L1 : "commit failed for "_L1) +
+           path;
 }
 
 QString writeBackup(const QString &path)
