@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -84,9 +83,9 @@ QString readText(const QString &path)
 
 bool isMissing(const QString &path)
 {
-    std::error_code error;
-    const auto status = std::filesystem::status(QFile::encodeName(path).constData(), error);
-    return status.type() == std::filesystem::file_type::not_found;
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) != 0 &&
+           (errno == ENOENT || errno == ENOTDIR);
 }
 
 std::optional<FileVersion> fileVersion(const QString &path)

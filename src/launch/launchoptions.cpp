@@ -3,7 +3,7 @@
 
 #include <QStringList>
 
-#include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -21,6 +21,7 @@ namespace
 {
 
 // Tokens that the composer writes and the reader looks for.
+constexpr auto marker = "MARROWPULSE=1"_L1; // by which the program recognises its own; the first
 constexpr auto gameCommand = "%command%"_L1;
 constexpr auto framegenKey = "GAMESCOPE_FRAMEGEN="_L1;
 constexpr auto holdbackKey = "GAMESCOPE_FRAMEGEN_HOLDBACK="_L1;
@@ -30,21 +31,6 @@ constexpr auto pacingKey = "MARROWPULSE_LOW_LATENCY="_L1;
 constexpr auto debugOverlay = "GAMESCOPE_FRAMEGEN_DEBUG=1"_L1;
 constexpr auto fsrUpscaling = "-F fsr"_L1;
 
-/// The token by which the program recognises its own launch options; always the first.
-const QString &marker()
-{
-    static const QString text = u"MARROWPULSE=1"_s;
-    return text;
-}
-
-/// The first match in a text that must be well-formed UTF-16. Skips the check for that, which takes
-/// longer than the search: a large library has a thousand texts.
-QRegularExpressionMatch firstMatch(const QString &wellFormed, const QRegularExpression &pattern)
-{
-    return pattern.match(wellFormed, 0, QRegularExpression::NormalMatch,
-                         QRegularExpression::DontCheckSubjectStringMatchOption);
-}
-
 QStringList framegenTokens(const GameSettings &settings, const QString &losslessPath)
 {
     QStringList tokens{framegenKey + "auto"_L1, holdbackKey + QString::number(settings.holdback)};
@@ -52,10 +38,8 @@ QStringList framegenTokens(const GameSettings &settings, const QString &lossless
         tokens << lsfgBackend;
     if (settings.renderres)
         tokens << renderResolution;
-    if (settings.pacing != 0) {
-        tokens << pacingKey + QString::number(settings.pacing / 10) + u'.' +
-                      QString::number(settings.pacing % 10);
-    }
+    if (settings.pacing != 0)
+        tokens << pacingKey + u"%1.%2"_s.arg(settings.pacing / 10).arg(settings.pacing % 10);
     if (settings.debugoverlay)
         tokens << debugOverlay;
     return tokens;
@@ -77,7 +61,7 @@ QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &co
                              const hw::GpuInfo &renderGpu, const QString &libraryPrefix,
                              const QString &losslessPath, int refreshHz)
 {
-    QStringList tokens{marker()};
+    QStringList tokens{marker};
     if (!libraryPrefix.isEmpty())
         tokens << "LD_LIBRARY_PATH="_L1 + libraryPrefix;
     if (settings.framegen)
@@ -87,10 +71,8 @@ QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &co
            << "--prefer-vk-device "_L1 + compositingGpu.pciId;
     const int renderW = settings.upscaling ? settings.renderW : settings.outputW;
     const int renderH = settings.upscaling ? settings.renderH : settings.outputH;
-    tokens << u"-w %1 -h %2 -W %3 -H %4"_s.arg(renderW)
-                  .arg(renderH)
-                  .arg(settings.outputW)
-                  .arg(settings.outputH);
+    tokens << u"-w %1 -h %2"_s.arg(renderW).arg(renderH)
+           << u"-W %1 -H %2"_s.arg(settings.outputW).arg(settings.outputH);
     if (settings.upscaling)
         tokens << fsrUpscaling;
     if (settings.framecap)
@@ -101,22 +83,18 @@ QString composeLaunchOptions(const GameSettings &settings, const hw::GpuInfo &co
     // differ in their address.
     const bool sameGpu = renderGpu.pciId == compositingGpu.pciId &&
                          renderGpu.pciAddress == compositingGpu.pciAddress;
-    if (!sameGpu) {
-        tokens << u"env MESA_VK_DEVICE_SELECT=%1 DRI_PRIME=%2"_s.arg(renderGpu.pciTag,
-                                                                     renderGpu.pciId);
-    }
+    if (!sameGpu)
+        tokens << "env MESA_VK_DEVICE_SELECT="_L1 + renderGpu.pciTag
+               << "DRI_PRIME="_L1 + renderGpu.pciId;
     tokens << gameCommand;
     return tokens.join(u' ');
 }
 
 bool isOwnLaunchOptions(const QString &text)
 {
-    if (!text.contains(gameCommand))
-        return false;
-    if (text.contains(marker()))
-        return true;
-    // Versions before the marker.
-    return text.contains("GAMESCOPE_FRAMEGEN"_L1) && text.contains("gamescope "_L1);
+    const bool isOlder = // written before there was a marker
+        text.contains("GAMESCOPE_FRAMEGEN"_L1) && text.contains("gamescope "_L1);
+    return text.contains(gameCommand) && (text.contains(marker) || isOlder);
 }
 
 bool isUsersOwn(const QString &text)
@@ -126,7 +104,7 @@ bool isUsersOwn(const QString &text)
 
 int captureInt(const QString &text, const QRegularExpression &pattern, int fallback)
 {
-    const QRegularExpressionMatch match = firstMatch(text, pattern);
+    const QRegularExpressionMatch match = pattern.match(text);
     return match.hasMatch() ? match.captured(1).toInt() : fallback;
 }
 
@@ -138,7 +116,8 @@ GameSettings parseLaunchOptions(const QString &text)
     static const QRegularExpression outputHeight(u"-H (\\d+)"_s);
     static const QRegularExpression frameCap(u"-r (\\d+)"_s);
     static const QRegularExpression holdback(holdbackKey + "(\\d)"_L1);
-    static const QRegularExpression pacing(pacingKey + "([0-9]+)\\.([0-9])"_L1);
+    static const QRegularExpression pacing(pacingKey + "([0-9]+)\\.[0-9]"_L1);
+    static const QRegularExpression pacingTenth(pacingKey + "[0-9]+\\.([0-9])"_L1);
 
     GameSettings settings;
     const int w = captureInt(text, renderWidth, 1280);
@@ -158,12 +137,9 @@ GameSettings parseLaunchOptions(const QString &text)
     settings.framecap = settings.caphz > 0;
     settings.renderres = text.contains(renderResolution);
     settings.debugoverlay = text.contains(debugOverlay);
-    const QRegularExpressionMatch pacingMatch = firstMatch(text, pacing);
-    if (pacingMatch.hasMatch()) {
-        const qint64 tenths =
-            pacingMatch.captured(1).toInt() * qint64{10} + pacingMatch.captured(2).toInt();
-        settings.pacing = tenths <= std::numeric_limits<int>::max() ? static_cast<int>(tenths) : 0;
-    }
+    const qint64 tenths =
+        qint64{10} * captureInt(text, pacing, 0) + captureInt(text, pacingTenth, 0);
+    settings.pacing = std::in_range<int>(tenths) ? int(tenths) : 0;
     return settings;
 }
 

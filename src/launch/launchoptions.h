@@ -35,12 +35,11 @@ bool isOwnLaunchOptions(const QString &text);
 bool isUsersOwn(const QString &text);
 
 /// The settings that `text` expresses; a setting that it does not contain has a fixed value. `text`
-/// should be accepted by isOwnLaunchOptions(), but may be any well-formed text. All decoded UTF-8
-/// is well-formed.
+/// should be accepted by isOwnLaunchOptions(), but may be any.
 GameSettings parseLaunchOptions(const QString &text);
 
 /// Capture group 1 of the first match of `pattern` in `text`, as a decimal number: `fallback`
-/// without a match, 0 if the number does not fit an int. `text` must be well-formed.
+/// without a match, 0 if the number does not fit an int.
 int captureInt(const QString &text, const QRegularExpression &pattern, int fallback);
 
 } // namespace launch

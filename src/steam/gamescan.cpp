@@ -38,8 +38,6 @@ QString findIcon(const QString &cache, const QString &appid)
     if (QFile::exists(icon))
         return icon;
     const QDir folder(cache + appid);
-    if (!folder.exists())
-        return {};
     for (const QString &file : folder.entryList(QDir::Files, QDir::NoSort)) {
         if (hashedName.match(file).hasMatch())
             return folder.filePath(file);

@@ -48,21 +48,14 @@ QString localConfigPath()
     if (root.isEmpty())
         return {};
     const QDir userdata(root + "/userdata"_L1);
-    QString best;
-    QDateTime bestTime;
+    QFileInfo best;
     for (const QString &user :
          userdata.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::NoSort)) {
-        const QString path = userdata.filePath(user + "/config/localconfig.vdf"_L1);
-        const QFileInfo file(path);
-        if (!file.exists())
-            continue;
-        const QDateTime time = file.fileTime(QFileDevice::FileModificationTime);
-        if (best.isEmpty() || bestTime < time) {
-            best = path;
-            bestTime = time;
-        }
+        const QFileInfo file(userdata.filePath(user + "/config/localconfig.vdf"_L1));
+        if (file.exists() && (!best.exists() || best.lastModified() < file.lastModified()))
+            best = file;
     }
-    return best;
+    return best.filePath();
 }
 
 } // namespace steam

@@ -15,10 +15,7 @@ namespace steam
 
 bool isSteamRunning()
 {
-    const auto pidFile = base::readFile(QDir::homePath() + "/.steam/steam.pid"_L1);
-    const QString pid = QString::fromLatin1(pidFile.value_or(QByteArray())).trimmed();
-    if (pid.isEmpty())
-        return false;
+    const QString pid = base::readText(QDir::homePath() + "/.steam/steam.pid"_L1).trimmed();
     return QFileInfo("/proc/"_L1 + pid + "/exe"_L1).symLinkTarget().contains("steam"_L1);
 }
 
