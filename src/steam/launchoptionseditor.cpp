@@ -4,6 +4,7 @@
 #include "steam/keyvalues.h"
 
 #include <QRegularExpression>
+#include <QStringTokenizer>
 
 #include <algorithm>
 #include <map>
@@ -42,14 +43,6 @@ bool areBracesPaired(const QString &options)
     return matchingBrace(inBraces, 0) == inBraces.size() - 1;
 }
 
-/// The position of group 1 of the first match of `pattern` in `bytes`; the empty span without a
-/// match. Reads the bytes as Latin-1, so that one character is one byte.
-BraceSpan captureSpan(QByteArrayView bytes, const QRegularExpression &pattern)
-{
-    const QRegularExpressionMatch match = pattern.match(QString::fromLatin1(bytes));
-    return {match.capturedStart(1), match.capturedEnd(1)};
-}
-
 /// The line of a game's block with its value, without indentation and line end.
 QByteArray valueLine(const QString &options)
 {
@@ -61,25 +54,27 @@ QByteArray valueLine(const QString &options)
 std::optional<Replacement> newLine(QByteArrayView text, BraceSpan block, const QString &options)
 {
     static const QRegularExpression blockIndent(u"\\{\\n(\\s*)\""_s);
-    const BraceSpan indent =
-        captureSpan(text.sliced(block.open, block.close - block.open), blockIndent);
-    if (!indent.isValid())
+    // Read as Latin-1, so that one character is one byte.
+    const QRegularExpressionMatch indent =
+        blockIndent.match(QString::fromLatin1(text.sliced(block.open, block.close - block.open)));
+    if (!indent.hasMatch())
         return std::nullopt;
-    const qsizetype at = block.open + indent.open;
-    return Replacement{at, at,
-                       text.sliced(at, indent.close - indent.open).toByteArray() +
-                           valueLine(options) + '\n'};
+    const qsizetype at = block.open + indent.capturedStart(1);
+    return Replacement{at, at, indent.captured(1).toLatin1() + valueLine(options) + '\n'};
 }
 
 /// The indentation of the games' keys in the "apps" section.
 QByteArray appIndentation(const AppsSection &section)
 {
-    static const QRegularExpression appIndent(u"\\n(\\t+)\"\\d+\""_s);
+    static const QRegularExpression appIndent(u"^(\\t+)\"\\d+\""_s);
     const auto [open, close] = section.span();
-    const QByteArrayView inside = section.text().sliced(open, close - open);
-    const BraceSpan found = captureSpan(inside, appIndent);
-    return found.isValid() ? inside.sliced(found.open, found.close - found.open).toByteArray()
-                           : QByteArray(5, '\t');
+    const QLatin1StringView inside(section.text().sliced(open, close - open));
+    for (const QLatin1StringView line : qTokenize(inside, u'\n')) {
+        const QRegularExpressionMatch match = appIndent.match(line);
+        if (match.hasMatch())
+            return match.captured(1).toLatin1();
+    }
+    return QByteArray(5, '\t');
 }
 
 /// Inserts a block for the game right after the opening brace of the "apps" section.
