@@ -153,9 +153,10 @@ BENCHMARK_CAPTURE(editLaunchOptions, three sections, true)->ArgsProduct({moreSiz
 
 int main(int argc, char **argv)
 {
-    // Every large block of memory comes fresh from the system, as at a start. Otherwise the
-    // allocator keeps blocks of up to 32 MB for the next repetition, and the largest file has more.
-    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    // The allocator keeps all memory, whatever its size, for the next repetition. Otherwise it gets
+    // fresh pages for blocks above certain sizes, and a doubling that crosses one looks like growth.
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
     const QApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

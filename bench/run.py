@@ -95,7 +95,7 @@ class Bench:
             apply("apply all, slow disk", player.change_all_games, games, SLOW_DISK)
         if games == 1000:
             apply("apply one", player.change_one_game, 1)
-            for shape, machine in self.shapes.items():
+            for shape, machine in [*self.shapes.items()] * 2:
                 apply(shape, player.change_all_games, games, machine=machine)
             self.note("keystroke", games, player.keystroke_cpu(self.machines[games]))
 
