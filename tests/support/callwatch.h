@@ -84,11 +84,14 @@ private:
     int sparedLeft = 0;
 };
 
-/// Calls the C library's function of that name, which the one in this file hides.
+/// Calls the C library's function of that name, which the one in this file hides, unless the call
+/// of that other name must fail.
 template <typename Result = int, typename... Arguments>
-Result callLibrary(const char *name, Arguments... arguments)
+Result watched(const QByteArray &call, const char *function, Arguments... arguments)
 {
-    return reinterpret_cast<Result (*)(Arguments...)>(::dlsym(RTLD_NEXT, name))(arguments...);
+    if (CallWatch::isToFail(call))
+        return -1;
+    return reinterpret_cast<Result (*)(Arguments...)>(::dlsym(RTLD_NEXT, function))(arguments...);
 }
 
 inline int watchedOpen(const char *path, int flags, mode_t mode = 0)
@@ -115,59 +118,44 @@ int fsync(int descriptor)
     const bool isFolder = ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
     const char *name = isFolder ? "sync a folder" : "sync a file";
     support::CallWatch::note(name);
-    if (support::CallWatch::isToFail(name))
-        return -1;
-    return support::callLibrary("fsync", descriptor);
+    return support::watched(name, "fsync", descriptor);
 }
 
 int rename(const char *from, const char *to) noexcept
 {
     support::CallWatch::note("rename");
-    if (support::CallWatch::isToFail("rename"))
-        return -1;
-    return support::callLibrary("rename", from, to);
+    return support::watched("rename", "rename", from, to);
 }
 
 int fchmod(int descriptor, mode_t mode) noexcept
 {
-    if (support::CallWatch::isToFail("change the mode"))
-        return -1;
-    return support::callLibrary("fchmod", descriptor, mode);
+    return support::watched("change the mode", "fchmod", descriptor, mode);
 }
 
 int fchown(int descriptor, uid_t owner, gid_t group) noexcept
 {
-    if (support::CallWatch::isToFail("change the owner"))
-        return -1;
-    return support::callLibrary("fchown", descriptor, owner, group);
+    return support::watched("change the owner", "fchown", descriptor, owner, group);
 }
 
 ssize_t getxattr(const char *path, const char *name, void *value, size_t size) noexcept
 {
-    if (support::CallWatch::isToFail("read the access list"))
-        return -1;
-    return support::callLibrary<ssize_t>("getxattr", path, name, value, size);
+    return support::watched<ssize_t>("read the access list", "getxattr", path, name, value, size);
 }
 
 int fsetxattr(int descriptor, const char *name, const void *value, size_t size, int flags) noexcept
 {
-    if (support::CallWatch::isToFail("set the access list"))
-        return -1;
-    return support::callLibrary("fsetxattr", descriptor, name, value, size, flags);
+    return support::watched("set the access list", "fsetxattr", descriptor, name, value, size,
+                            flags);
 }
 
 int fremovexattr(int descriptor, const char *name) noexcept
 {
-    if (support::CallWatch::isToFail("drop the access list"))
-        return -1;
-    return support::callLibrary("fremovexattr", descriptor, name);
+    return support::watched("drop the access list", "fremovexattr", descriptor, name);
 }
 
 int flock(int descriptor, int operation) noexcept
 {
-    if (support::CallWatch::isToFail("lock"))
-        return -1;
-    return support::callLibrary("flock", descriptor, operation);
+    return support::watched("lock", "flock", descriptor, operation);
 }
 
 // With _FILE_OFFSET_BITS=64 the headers turn this name into open64, which Qt calls, too.

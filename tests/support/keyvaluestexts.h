@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QDebug>
+
 #include <rapidcheck.h>
 
 #include <string>
@@ -137,18 +139,6 @@ inline rc::Gen<Text> appsBlock()
                                                  {1, misleadingEntry()}}));
 }
 
-/// A section for games, or several: two of them alike, so that a short edit makes the other one
-/// the larger, or any.
-inline rc::Gen<Text> anyAppsSections()
-{
-    return rc::gen::weightedOneOf<Text>(
-        {{4, appsBlock()},
-         {2, rc::gen::map(appsBlock(), [](const Text &section) { return section + section; })},
-         {2, rc::gen::map(rc::gen::pair(appsBlock(), appsBlock()),
-                          [](const std::pair<Text, Text> &two) { return two.first + two.second; })},
-         {1, joined(appsBlock(), 4)}});
-}
-
 /// Anything from Steam's own shape to loose braces and quotes; some are cut.
 inline rc::Gen<Text> anyText()
 {
@@ -209,18 +199,9 @@ inline std::string toFileBytes(const Text &text)
 /// A text to be shown when a property fails.
 inline std::string escaped(const Text &text)
 {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string shown = "u\"";
-    for (const char16_t unit : text) {
-        if (unit >= 0x20 && unit < 0x7f && unit != u'"' && unit != u'\\') {
-            shown += static_cast<char>(unit);
-            continue;
-        }
-        shown += "\\u";
-        for (int shift = 12; shift >= 0; shift -= 4)
-            shown += digits[(unit >> shift) & 0xf];
-    }
-    return shown + '"';
+    QString shown;
+    QDebug(&shown) << QStringView(text);
+    return shown.toStdString();
 }
 
 } // namespace support

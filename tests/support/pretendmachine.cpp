@@ -7,6 +7,7 @@
 #include <QProcess>
 
 #include <csignal>
+#include <filesystem>
 
 using namespace Qt::StringLiterals;
 
@@ -28,15 +29,10 @@ QString rootSteamapps(const PretendMachine &machine)
 /// Empties a folder, but for the entries of those names.
 void wipe(const QString &path, const QStringList &kept = {})
 {
-    const QDir folder(path);
-    for (const QFileInfo &entry : folder.entryInfoList(QDir::AllEntries | QDir::Hidden |
-                                                       QDir::System | QDir::NoDotAndDotDot)) {
-        if (kept.contains(entry.fileName()))
-            continue;
-        if (entry.isDir() && !entry.isSymLink())
-            QDir(entry.filePath()).removeRecursively();
-        else
-            QFile::remove(entry.filePath());
+    std::error_code ignored;
+    for (const auto &entry : std::filesystem::directory_iterator(path.toStdString())) {
+        if (!kept.contains(QString::fromStdString(entry.path().filename())))
+            std::filesystem::remove_all(entry.path(), ignored);
     }
 }
 
@@ -53,8 +49,8 @@ PretendMachine::PretendMachine()
     const QStringList parts{u"home"_s, u"bin"_s, u"sys"_s, u"hwdata"_s};
     wipe(machineRoot, parts);
     for (const QString &part : parts) {
-        wipe(machineRoot + u'/' + part);
         QDir().mkpath(machineRoot + u'/' + part);
+        wipe(machineRoot + u'/' + part);
     }
     inForce = true;
     previousHome = qgetenv("HOME");
@@ -168,14 +164,13 @@ QStringList PretendMachine::backups() const
 
 void PretendMachine::addSteamCommand() const
 {
-    addCommand(u"steam"_s, "#!/bin/sh\n"
-                           "echo \"$*\" >> '" +
-                               QFile::encodeName(machineRoot) +
-                               "/steam-calls'\n"
-                               "case \"$1\" in\n"
-                               "-shutdown) kill -TERM \"$(cat \"$HOME/.steam/steam.pid\")\" ;;\n"
-                               "*) exec \"$HOME/.local/share/Steam/ubuntu12_32/steam\" ;;\n"
-                               "esac\n");
+    addCommand(u"steam"_s, R"sh(#!/bin/sh
+echo "$*" >> "$HOME/../steam-calls"
+case "$1" in
+-shutdown) kill -TERM "$(cat "$HOME/.steam/steam.pid")" ;;
+*) exec "$HOME/.local/share/Steam/ubuntu12_32/steam" ;;
+esac
+)sh");
     const QString client = steamRoot() + "/ubuntu12_32/steam"_L1;
     if (QFile::exists(client))
         return;
@@ -185,17 +180,7 @@ void PretendMachine::addSteamCommand() const
         giveUp(u"cannot copy " PRETEND_STEAM_CLIENT ""_s);
 }
 
-void PretendMachine::startSteamClient() const
-{
-    startClient({});
-}
-
-void PretendMachine::startStubbornSteamClient() const
-{
-    startClient({u"--stubborn"_s});
-}
-
-void PretendMachine::startClient(const QStringList &arguments) const
+void PretendMachine::startSteamClient(const QStringList &arguments) const
 {
     addSteamCommand();
     // The client itself goes on in the background; the process that is waited for ends once the
@@ -261,8 +246,7 @@ void PretendMachine::addGpu(const PretendGpu &gpu) const
 void PretendMachine::addXrandr(const QByteArray &output) const
 {
     write(u"xrandr-output"_s, output);
-    addCommand(u"xrandr"_s,
-               "#!/bin/sh\nexec cat '" + QFile::encodeName(machineRoot) + "/xrandr-output'\n");
+    addCommand(u"xrandr"_s, "#!/bin/sh\nexec cat \"$HOME/../xrandr-output\"\n");
 }
 
 } // namespace support

@@ -77,9 +77,9 @@ public:
     /// Starts a client: a process whose executable is called steam, and whose number is in the pid
     /// file. It keeps localconfig.vdf in memory, as Steam does. When it is asked to exit, it writes
     /// the file again with one more "ExitCount" line after the file's opening brace.
-    void startSteamClient() const;
+    void startSteamClient(const QStringList &arguments = {}) const;
     /// Starts a client that does not exit when asked.
-    void startStubbornSteamClient() const;
+    void startStubbornSteamClient() const { startSteamClient({QStringLiteral("--stubborn")}); }
     void killSteamClient() const;
     QStringList steamCalls() const;
 
@@ -99,7 +99,6 @@ public:
     }
 
 private:
-    void startClient(const QStringList &arguments) const;
     void writeLibraryFolders() const;
 
     std::unique_ptr<QTemporaryDir> temporary;

@@ -13,71 +13,38 @@
 
 namespace fs = std::filesystem;
 
-namespace
-{
-
-fs::path findLocalConfig(const fs::path &home)
-{
-    const fs::path userdata = home / ".local/share/Steam/userdata";
-    if (fs::is_directory(userdata)) {
-        for (const auto &user : fs::directory_iterator(userdata)) {
-            const fs::path file = user.path() / "config/localconfig.vdf";
-            if (fs::exists(file))
-                return file;
-        }
-    }
-    return {};
-}
-
-} // namespace
-
 int main(int argc, char **argv)
 {
     const bool stubborn = argc > 1 && std::strcmp(argv[1], "--stubborn") == 0;
     const fs::path home = std::getenv("HOME");
+    const fs::path config = home / ".local/share/Steam/userdata/70001/config/localconfig.vdf";
+    std::string text;
+    {
+        std::ifstream in(config, std::ios::binary);
+        text.assign(std::istreambuf_iterator<char>(in), {});
+    }
 
-    // Asked to exit from the first moment on, so that no request is missed.
+    // The client is asked to exit by a signal, which waits for it from its first moment on.
     sigset_t exitRequest;
     sigemptyset(&exitRequest);
     sigaddset(&exitRequest, SIGTERM);
     sigprocmask(SIG_BLOCK, &exitRequest, nullptr);
-
-    int ready[2];
-    if (pipe(ready) != 0)
-        return 1;
-    if (fork() != 0) {
-        char byte = 0;
-        close(ready[1]);
-        return read(ready[0], &byte, 1) == 1 ? 0 : 1;
+    if (const pid_t client = fork(); client != 0) {
+        std::ofstream(home / ".steam/steam.pid") << client << '\n';
+        return client > 0 ? 0 : 1;
     }
     setsid();
     for (int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         close(descriptor);
 
-    const fs::path config = findLocalConfig(home);
-    std::string text;
-    if (!config.empty()) {
-        std::ifstream in(config, std::ios::binary);
-        text.assign(std::istreambuf_iterator<char>(in), {});
-    }
-    {
-        std::ofstream pid(home / ".steam/steam.pid");
-        pid << getpid() << '\n';
-    }
-    if (write(ready[1], "!", 1) != 1)
-        return 1;
-    close(ready[0]);
-    close(ready[1]);
-
     int signal = 0;
     do {
         sigwait(&exitRequest, &signal);
     } while (stubborn);
-    if (const auto brace = text.find("{\n"); !config.empty() && brace != std::string::npos) {
+    if (const auto brace = text.find("{\n"); brace != std::string::npos) {
         if (!fs::exists(home.parent_path() / "exits-unnoted"))
             text.insert(brace + 2, "\t\"ExitCount\"\t\t\"1\"\n");
-        std::ofstream out(config, std::ios::binary | std::ios::trunc);
-        out << text;
+        std::ofstream(config, std::ios::binary | std::ios::trunc) << text;
     }
     return 0;
 }

@@ -23,37 +23,43 @@ namespace
 struct SampleGame {
     QString appid;
     QString name;
-    enum Picture { None, Icon, Hashed, Header } picture;
+    QString picture; ///< in Steam's cache, behind the app id; empty without one
     bool inSecondLibrary;
     bool hasBlock;
-    std::optional<QString> launchOptions;
+    std::optional<QString> launchOptions{};
 };
+
+const QString icon = u"_icon.jpg"_s;
+const QString hashed = "/"_L1 + u"100101"_s.repeated(7).left(40) + ".png"_L1;
+const QString header = u"/header.jpg"_s;
 
 const QList<SampleGame> &sampleGames()
 {
-    using P = SampleGame::Picture;
     static const QList<SampleGame> games{
-        {u"1001010"_s, u"Amber Tides"_s, P::Icon, false, true, u"mangohud %command%"_s},
-        {u"1001020"_s, u"Basalt & Brine"_s, P::Hashed, false, true, u""_s},
-        {u"1001030"_s, u"Cinder Rally 4"_s, P::Header, true, true, u"-novid -high"_s},
-        {u"1001040"_s, u"Drift Between Stars"_s, P::Icon, false, true, std::nullopt},
-        {u"1001050"_s, u"Échos du Nord"_s, P::Hashed, false, true, std::nullopt},
-        {u"1001060"_s, u"Fathom"_s, P::Icon, true, true, std::nullopt},
-        {u"1001070"_s, u"Gears of the Old City"_s, P::Header, false, true, std::nullopt},
-        {u"1001080"_s, u"Hollow Orchard"_s, P::None, false, false, std::nullopt},
-        {u"1001090"_s, u"Iron Lantern"_s, P::Icon, false, true, u"DXVK_ASYNC=1 %command%"_s},
-        {u"1001100"_s, u"Juniper Station"_s, P::Hashed, true, true, std::nullopt},
-        {u"1001110"_s, u"Kestrel"_s, P::Icon, false, true, std::nullopt},
-        {u"1001120"_s, u"Lowlands: Harvest"_s, P::Hashed, true, true, std::nullopt},
-        {u"1001130"_s, u"Marrow of the Mountain"_s, P::Icon, false, true, std::nullopt},
-        {u"1001140"_s, u"Ночной Трамвай"_s, P::Icon, false, true, std::nullopt},
+        {u"1001010"_s, u"Amber Tides"_s, icon, false, true, u"mangohud %command%"_s},
+        {u"1001020"_s, u"Basalt & Brine"_s, hashed, false, true, u""_s},
+        {u"1001030"_s, u"Cinder Rally 4"_s, header, true, true, u"-novid -high"_s},
+        {u"1001040"_s, u"Drift Between Stars"_s, icon, false, true},
+        {u"1001050"_s, u"Échos du Nord"_s, hashed, false, true},
+        {u"1001060"_s, u"Fathom"_s, icon, true, true},
+        {u"1001070"_s, u"Gears of the Old City"_s, header, false, true},
+        {u"1001080"_s, u"Hollow Orchard"_s, {}, false, false},
+        {u"1001090"_s, u"Iron Lantern"_s, icon, false, true, u"DXVK_ASYNC=1 %command%"_s},
+        {u"1001100"_s, u"Juniper Station"_s, hashed, true, true},
+        {u"1001110"_s, u"Kestrel"_s, icon, false, true},
+        {u"1001120"_s, u"Lowlands: Harvest"_s, hashed, true, true},
+        {u"1001130"_s, u"Marrow of the Mountain"_s, icon, false, true},
+        {u"1001140"_s, u"Ночной Трамвай"_s, icon, false, true},
     };
     return games;
 }
 
 /// A picture as Steam's cache has them: icons are small squares, headers wide.
-void paint(const QString &path, QSize size, int hue, const char *format)
+void paint(const QString &path, int hue)
 {
+    const QSize size = path.endsWith(header)   ? QSize(460, 215)
+                       : path.endsWith(hashed) ? QSize(64, 64)
+                                               : QSize(32, 32);
     QDir().mkpath(QFileInfo(path).path());
     QImage image(size, QImage::Format_RGB32);
     QPainter painter(&image);
@@ -67,26 +73,8 @@ void paint(const QString &path, QSize size, int hue, const char *format)
     const int side = size.height();
     painter.drawEllipse(QRect(side / 4, side / 4, side / 2, side / 2));
     painter.end();
-    if (!image.save(path, format))
+    if (!image.save(path)) // in the format that the name says
         qFatal("cannot write %s", qPrintable(path));
-}
-
-void addPicture(const PretendMachine &machine, const SampleGame &game, int hue)
-{
-    const QString cache = machine.steamRoot() + "/appcache/librarycache/"_L1 + game.appid;
-    switch (game.picture) {
-    case SampleGame::None:
-        break;
-    case SampleGame::Icon:
-        paint(cache + "_icon.jpg"_L1, {32, 32}, hue, "jpg");
-        break;
-    case SampleGame::Hashed:
-        paint(cache + u'/' + game.appid.repeated(6).left(40) + ".png"_L1, {64, 64}, hue, "png");
-        break;
-    case SampleGame::Header:
-        paint(cache + "/header.jpg"_L1, {460, 215}, hue, "jpg");
-        break;
-    }
 }
 
 } // namespace
@@ -99,11 +87,13 @@ int main(int argc, char **argv)
     PretendMachine machine(QDir(QString::fromLocal8Bit(argv[1])).absolutePath());
     machine.installSteam();
     const QString second = machine.addLibrary(u"games-drive"_s);
+    const QString cache = machine.steamRoot() + "/appcache/librarycache/"_L1;
     QList<support::SampleApp> apps;
     int hue = 10;
     for (const SampleGame &game : sampleGames()) {
         machine.addGame(game.appid, game.name, game.inSecondLibrary ? second : QString());
-        addPicture(machine, game, hue);
+        if (!game.picture.isEmpty())
+            paint(cache + game.appid + game.picture, hue);
         hue = (hue + 47) % 360;
         if (game.hasBlock)
             apps.append({game.appid, game.launchOptions});
