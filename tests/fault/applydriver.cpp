@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The program's own window without a person at it, on the pretend machine that it runs on.
+// Opens the program's own window on a pretend machine, and applies without a person.
 //
-//   apply-driver build FOLDER GAMES   builds a machine with that many games, each with launch
-//                                     options of its own (-own and the app id)
-//   apply-driver build-kinds FOLDER   builds a machine with twenty games of six kinds; what they
-//                                     have is in kinds() below
-//   apply-driver start                opens the window and ends: the program does start
+//   apply-driver build FOLDER         builds a machine with twenty games of six kinds
 //   apply-driver enable|disable [FROM TO]...
 //                                     opens the window, renames each file FROM to TO as another
 //                                     program could meanwhile, checks or unchecks every game,
 //                                     applies, and answers every box: Yes to closing Steam, No to
 //                                     its restart
 //
-// It prints its process id before anything is applied, then a line for each box that came up, and
-// how many milliseconds the whole took.
+// It prints "begin" before anything is applied, then a line for each box that came up, and how many
+// milliseconds the whole took.
 #include "app/mainwindow.h"
 #include "support/pretendmachine.h"
 #include "support/samplesteam.h"
@@ -38,44 +34,30 @@ void say(const QString &line)
     std::fflush(stdout);
 }
 
-/// Games that all have launch options of their own.
-QList<support::SampleApp> ordinary(int count)
+/// What Steam's file says of a game: 1001 to 1005 and 1018 to 1020 have launch options of their
+/// own, 1006 to 1008 none, 1009 to 1012 the program's, 1013 and 1014 ones with an escaped quote.
+std::optional<QString> optionsOf(int game)
 {
-    QList<support::SampleApp> apps;
-    for (int i = 0; i < count; ++i) {
-        const QString appid = QString::number(1001 + i);
-        apps.append({appid, "-own"_L1 + appid});
-    }
-    return apps;
+    if (game >= 1006 && game <= 1008)
+        return {};
+    if (game >= 1009 && game <= 1012)
+        return u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto marrowpulse-gamescope -w 800 -h 600 -W 1600 -H 1200 -- %command%"_s;
+    return (game >= 1013 && game <= 1014 ? u"-name \\\"%1\\\" -x"_s : u"-own%1"_s).arg(game);
 }
 
-/// 1001 to 1005 and 1018 to 1020 have launch options of their own, 1006 to 1008 none, 1009 to 1012
-/// the program's, 1013 and 1014 ones with an escaped quote. 1015 to 1017 have no block.
-QList<support::SampleApp> kinds()
-{
-    QList<support::SampleApp> apps = ordinary(20);
-    for (support::SampleApp &app : apps) {
-        const int appid = app.appid.toInt();
-        if (appid >= 1006 && appid <= 1008)
-            app.launchOptions.reset();
-        else if (appid >= 1009 && appid <= 1012)
-            app.launchOptions =
-                u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto marrowpulse-gamescope -w 800 -h 600 -W 1600 -H 1200 -- %command%"_s;
-        else if (appid >= 1013 && appid <= 1014)
-            app.launchOptions = u"-name \\\"%1\\\" -x"_s.arg(appid);
-    }
-    apps.removeIf([](const support::SampleApp &app) {
-        return app.appid.toInt() >= 1015 && app.appid.toInt() <= 1017;
-    });
-    return apps;
-}
-
-void build(support::PretendMachine &machine, int count, const QList<support::SampleApp> &apps)
+/// 1015 to 1017 have no block in Steam's file, 1018 to 1020 are in two libraries.
+void build(support::PretendMachine &machine)
 {
     machine.installSteam();
-    for (int i = 0; i < count; ++i) {
-        const QString appid = QString::number(1001 + i);
+    const QString second = machine.addLibrary(u"second"_s);
+    QList<support::SampleApp> apps;
+    for (int game = 1001; game <= 1020; ++game) {
+        const QString appid = QString::number(game);
         machine.addGame(appid, "Game "_L1 + appid);
+        if (game >= 1018)
+            machine.addGame(appid, "Game "_L1 + appid, second);
+        if (game < 1015 || game > 1017)
+            apps.append({appid, optionsOf(game)});
     }
     machine.writeLocalConfig(support::sampleLocalConfig(apps));
     machine.addGpu({.card = u"card0"_s,
@@ -106,7 +88,7 @@ void apply(MainWindow &window, Qt::CheckState state)
     QTimer answers;
     QObject::connect(&answers, &QTimer::timeout, answerBoxes);
     answers.start(5);
-    say(QString::number(QCoreApplication::applicationPid()));
+    say(u"begin"_s);
     QElapsedTimer timer;
     timer.start();
     window.apply();
@@ -122,16 +104,7 @@ int main(int argc, char **argv)
     const QString task = arguments.value(1);
     if (task == "build"_L1) {
         support::PretendMachine machine(arguments[2]);
-        const int count = arguments[3].toInt();
-        build(machine, count, ordinary(count));
-        return 0;
-    }
-    if (task == "build-kinds"_L1) {
-        support::PretendMachine machine(arguments[2]);
-        build(machine, 20, kinds());
-        const QString library = machine.addLibrary(u"second"_s);
-        for (const QString &appid : {u"1018"_s, u"1019"_s, u"1020"_s})
-            machine.addGame(appid, "Game "_L1 + appid, library);
+        build(machine);
         return 0;
     }
     MainWindow window;
@@ -141,9 +114,6 @@ int main(int argc, char **argv)
         if (std::rename(qPrintable(arguments[i]), qPrintable(arguments[i + 1])) != 0)
             return 2;
     }
-    if (task == "start"_L1)
-        say(window.windowTitle());
-    else
-        apply(window, task == "enable"_L1 ? Qt::Checked : Qt::Unchecked);
+    apply(window, task == "enable"_L1 ? Qt::Checked : Qt::Unchecked);
     return 0;
 }
