@@ -65,10 +65,12 @@ class Desktop:
     """An X server of its own with a window manager; ended, with all that it runs, on exit.
 
     `real_xrandr` takes the Xorg server with the dummy driver, whose screen has a current mode
-    (1280x1024 at 85 Hz), else Xvfb, whose screen of the size `screen` has none.
+    (1280x1024 at 85 Hz), else Xvfb, whose screen of the size `screen` has none. `scale` is that of the
+    programs, which tell places in their own, larger pixels.
     """
 
-    def __init__(self, real_xrandr=False, screen="1280x1024", window_manager=True):
+    def __init__(self, real_xrandr=False, screen="1280x1024", scale=1, window_manager=True):
+        self.scale = scale
         self.folder = tempfile.TemporaryDirectory(prefix="marrowpulse-desktop.")
         self.processes = []
         read_end, write_end = os.pipe()
@@ -87,13 +89,13 @@ class Desktop:
             number = display.readline().strip()
         if not number:
             raise AssertionError(f"{server[0]} did not start")
-        self.environment.update(DISPLAY=f":{number}", QT_QPA_PLATFORM="xcb",
+        self.environment.update(DISPLAY=f":{number}", QT_QPA_PLATFORM="xcb", QT_SCALE_FACTOR=str(scale),
                                 QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", QT_ACCESSIBILITY="1")
         os.environ["DISPLAY"] = f":{number}"
         if not window_manager:
             return
         self._start(["openbox"])
-        wait_for(lambda: "window id" in self._output(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]),
+        wait_for(lambda: "window id" in self.output("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"),
                  "the window manager")
 
     def __enter__(self):
@@ -111,7 +113,8 @@ class Desktop:
         self.processes.append(process)
         return process
 
-    def _output(self, command):
+    def output(self, *command):
+        """What a command prints on this desktop."""
         return subprocess.run(command, env=self.environment, capture_output=True, text=True,
                               check=False).stdout
 
@@ -120,10 +123,6 @@ class Desktop:
         `through` in front of it."""
         self.environment.update(environment)
         return self._start([str(ON_MACHINE), str(machine), *through, str(program)], stderr=stderr)
-
-    def output(self, *command):
-        """What a command prints on this desktop."""
-        return self._output(list(command))
 
     def key(self, *keys):
         """Presses key combinations by their X names, such as Tab or alt+a."""
@@ -135,20 +134,16 @@ class Desktop:
         subprocess.run(["xdotool", "type", "--delay", "20", text], env=self.environment, check=True)
 
     def click(self, x, y):
-        subprocess.run(["xdotool", "mousemove", "--sync", str(int(x)), str(int(y)), "click", "1"],
-                       env=self.environment, check=True)
+        subprocess.run(["xdotool", "mousemove", "--sync", str(int(x * self.scale)),
+                        str(int(y * self.scale)), "click", "1"], env=self.environment, check=True)
 
-    def wheel(self, x, y):
-        """Turns the wheel one notch away and two towards the user."""
-        subprocess.run(["xdotool", "mousemove", "--sync", str(int(x)), str(int(y)),
-                        "click", "4", "click", "5", "click", "5"], env=self.environment, check=True)
+    def active_window(self):
+        return self.output("xdotool", "getactivewindow").strip()
 
-    def clipboard(self):
-        """The text in the clipboard; empty without one."""
-        return self._output(["xclip", "-o", "-selection", "clipboard", "-target", "UTF8_STRING"])
-
-    def screenshot(self, path):
-        subprocess.run(["import", "-window", "root", str(path)], env=self.environment, check=True)
+    def screenshot(self, path, window="root"):
+        """Pictures the whole screen, or a window with its frame."""
+        subprocess.run(["import", "-frame", "-window", window, str(path)], env=self.environment,
+                       check=True)
 
 
 def children(accessible):
@@ -184,49 +179,62 @@ def label_of(accessible):
     return ""
 
 
-class Application:
-    """A program on the accessibility bus."""
+def is_showing(accessible):
+    return has_state(accessible, Atspi.StateType.SHOWING)
 
-    def __init__(self, desktop, name="Marrowpulse"):
+
+class Application:
+    """The program on the accessibility bus."""
+
+    def __init__(self, desktop):
         self.desktop = desktop
-        self.name = name
-        self.root = wait_for(self._find_root, f"{name} on the accessibility bus")
+        self.root = wait_for(self._find_root, "the program on the accessibility bus")
 
     def _find_root(self):
         Atspi.get_desktop(0).clear_cache()
         for application in children(Atspi.get_desktop(0)):
             try:
-                if application.get_name() in (self.name, self.name.lower()):
+                if application.get_name().lower() == "marrowpulse":
                     return application
             except GLib.Error:
                 pass  # that of an earlier test, which is still listed for a moment
         return None
 
+    def _first(self, holds):
+        """The first showing object of which that holds, or None."""
+        return next((accessible for accessible in descendants(self.root)
+                     if is_showing(accessible) and holds(accessible)), None)
+
     def find(self, role, name=None):
         """The first showing object of a role (and name), or None."""
-        for accessible in descendants(self.root):
-            if role_of(accessible) == role and has_state(accessible, Atspi.StateType.SHOWING) \
-                    and (name is None or accessible.get_name() == name):
-                return accessible
-        return None
-
-    def find_labelled(self, label):
-        """The showing control that a label belongs to, or None."""
-        return next((accessible for accessible in descendants(self.root)
-                     if has_state(accessible, Atspi.StateType.SHOWING)
-                     and label_of(accessible) == label), None)
-
-    def wait_labelled(self, label):
-        return wait_for(lambda: self.find_labelled(label), f"the control labelled {label!r}")
+        return self._first(lambda accessible: role_of(accessible) == role
+                           and name in (None, accessible.get_name()))
 
     def wait(self, role, name=None, seconds=20):
         return wait_for(lambda: self.find(role, name), f"{role} {name!r}", seconds)
 
-    def click(self, accessible, dx=None):
-        """Clicks the middle of an object, or `dx` pixels from its left (below 0: right) edge."""
-        box = accessible.get_extents(Atspi.CoordType.SCREEN)
-        x = box.width / 2 if dx is None else dx if dx >= 0 else box.width + dx
-        self.desktop.click(box.x + x, box.y + box.height / 2)
+    def wait_labelled(self, label):
+        """The control that a label belongs to."""
+        return wait_for(lambda: self._first(lambda accessible: label_of(accessible) == label),
+                        f"the control labelled {label!r}")
+
+    def wait_gone(self, role, name):
+        wait_for(lambda: not self.find(role, name), f"the end of {role} {name!r}")
+
+    def click(self, accessible, at_its_end=False):
+        """Clicks the middle of an object, or near its right edge."""
+        x, y = self.middle(accessible)
+        if at_its_end:
+            x += accessible.get_extents(Atspi.CoordType.SCREEN).width / 2 - 10
+        self.desktop.click(x, y)
+
+    def press(self, button):
+        self.click(self.wait("push button", button))
+
+    def tick(self, game):
+        """Selects a game, and turns its tick over."""
+        self.click(self.wait("list item", game))
+        self.desktop.key("space")
 
     def middle(self, accessible):
         """The middle of an object on the screen."""
@@ -235,20 +243,16 @@ class Application:
 
     def focused(self):
         """The showing control that has the keyboard focus, or None."""
-        for accessible in descendants(self.root):
-            # The current item of a list says so whether or not the list has the focus.
-            if role_of(accessible) != "list item" \
-                    and has_state(accessible, Atspi.StateType.FOCUSED) \
-                    and has_state(accessible, Atspi.StateType.SHOWING):
-                return accessible
-        return None
+        # The current item of a list says so whether or not the list has the focus.
+        return self._first(lambda accessible: role_of(accessible) != "list item"
+                           and has_state(accessible, Atspi.StateType.FOCUSED))
 
     def answer(self, text, button):
         """Waits for the message box with this text and clicks one of its buttons."""
         box = wait_for(lambda: next(
             (window for window in children(self.root)
              if any(child.get_name() == text for child in descendants(window))
-             and has_state(window, Atspi.StateType.SHOWING)), None), f"the message {text!r}")
+             and is_showing(window)), None), f"the message {text!r}")
         found = wait_for(lambda: next(
             (child for child in descendants(box) if role_of(child) == "push button"
              and child.get_name() == button), None), f"its button {button!r}")

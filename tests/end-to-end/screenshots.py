@@ -1,21 +1,16 @@
 # SPDX-License-Identifier: MIT
 """Takes the program on a sample machine through all its windows and pictures each.
 
-    on-desktop-bus screenshots.py BUILD FOLDER SCALE light|dark STYLE
+    on-desktop-bus screenshots.py FOLDER SCALE light|dark STYLE
 
-BUILD is the build folder; the pictures are FOLDER/<window>-<scale>x-<theme>-<style>.png.
+The pictures are FOLDER/<window>-<scale>x-<theme>-<style>.png.
 """
-import os
 import pathlib
-import re
-import subprocess
 import sys
 import time
 
-os.environ["MARROWPULSE_BUILD"] = str(pathlib.Path(sys.argv[1]).resolve())
-
-from case import CLOSE_STEAM, RESTART_STEAM, SampleMachine  # noqa: E402
-from desktop import Application, Atspi, Desktop, has_state, wait_for  # noqa: E402
+from case import BUILD, CLOSE_STEAM, NOTHING_PENDING, RESTART_STEAM, SampleMachine
+from desktop import Application, Atspi, Desktop, has_state, wait_for
 
 # By the style, since a palette of its own comes with it, or by the palette.
 DARK_STYLES = {"Adwaita": "Adwaita-Dark"}
@@ -29,130 +24,98 @@ style=%s
 SMALL_SCREENS = {"1": "1024x600", "1.5": "1366x768", "2": "1920x1080"}
 
 
-class ScaledDesktop(Desktop):
-    """A desktop whose program tells places on the screen in its own, larger pixels."""
-
-    def __init__(self, scale, screen):
-        super().__init__(screen=screen)
-        self.scale = scale
-
-    def click(self, x, y):
-        super().click(x * self.scale, y * self.scale)
-
-
 class Photographer:
-    def __init__(self, desktop, app, folder, suffix):
-        self.desktop = desktop
+    def __init__(self, app, folder, suffix):
         self.app = app
         self.folder = folder
         self.suffix = suffix
 
-    def active_window(self):
-        return self.desktop.output("xdotool", "getactivewindow").strip()
-
-    def take(self, name):
-        """Pictures the active window with its frame."""
+    def take(self, name, window=None):
+        """Pictures the active window with its frame, or the one that is named."""
         time.sleep(0.7)  # for the window to be painted and the pressed button to be released
-        path = self.folder / f"{name}-{self.suffix}.png"
-        subprocess.run(["import", "-frame", "-window", self.active_window(), str(path)],
-                       env=self.desktop.environment, check=True)
-
-    def take_screen(self, name):
-        """Pictures the whole screen."""
-        time.sleep(0.7)
-        self.desktop.screenshot(self.folder / f"{name}-{self.suffix}.png")
+        desktop = self.app.desktop
+        desktop.screenshot(self.folder / f"{name}-{self.suffix}.png", window or desktop.active_window())
 
     def take_message(self, name, text, answer):
-        wait_for(lambda: self.app.find("label", text), f"the message {text!r}", 120)
+        self.app.wait("label", text, 120)
         self.take(name)
         self.app.answer(text, answer)
 
-    def apply(self):
-        self.app.click(self.app.wait("push button", "Apply"))
 
-
-def tour(machine, desktop, app, photographer):
+def tour(machine, app, photographer):
     client = machine.root / "bin/steam"
     config = machine.local_config
 
     photographer.take("main-window-opened")
     for game in ("Cinder Rally 4", "Fathom", "Amber Tides"):
-        app.click(app.wait("list item", game))
-        desktop.key("space")
+        app.tick(game)
     resolution = app.wait_labelled("Output resolution:")
     wait_for(lambda: has_state(resolution, Atspi.StateType.ENABLED), "the settings to be enabled")
     photographer.take("main-window")
-    main_window = photographer.active_window()
+    main_window = app.desktop.active_window()
 
     for size in ("300x200", "1706x960"):
         app.click(resolution)
-        desktop.key("ctrl+a")
-        desktop.type(size)
+        app.desktop.key("ctrl+a")
+        app.desktop.type(size)
         wait_for(lambda size=size: app.find("text", "Output resolution:").get_text(0, -1) == size, size)
         if size == "300x200":
             photographer.take("refused-size")
 
-    app.click(app.wait("push button", "Advanced…"))
+    app.press("Advanced…")
     app.wait("push button", "Cancel")
     photographer.take("advanced")
-    app.click(app.wait("push button", "Cancel"))
-    wait_for(lambda: not app.find("push button", "Cancel"), "the end of the dialog")
+    app.press("Cancel")
+    app.wait_gone("push button", "Cancel")
 
-    photographer.apply()
+    app.press("Apply")
     photographer.take_message("close-steam", CLOSE_STEAM, "No")
 
     client.write_text("#!/bin/sh\n")  # a client that is deaf to the request
-    photographer.apply()
+    app.press("Apply")
     app.answer(CLOSE_STEAM, "Yes")
     # While it waits, the program answers the accessibility bus only now and then.
-    wait_for(lambda: photographer.active_window() != main_window, "the busy dialog")
+    wait_for(lambda: app.desktop.active_window() != main_window, "the busy dialog")
     photographer.take("waiting")
     photographer.take_message("steam-did-not-exit", "Steam did not exit; nothing was changed.", "OK")
     machine.kill_client()
 
     content = config.read_bytes()
     config.unlink()
-    photographer.apply()
+    app.press("Apply")
     photographer.take_message("no-localconfig", "Could not find Steam's localconfig.vdf.", "OK")
 
     config.mkdir()  # found, but nothing to copy
-    photographer.apply()
+    app.press("Apply")
     photographer.take_message(
         "no-backup", "Could not write a backup of Steam's config; nothing was changed.", "OK")
     config.rmdir()
 
     config.write_text("\n")
-    photographer.apply()
+    app.press("Apply")
     failures = "\n".join(f"{appid}: no apps section found" for appid in ("1001010", "1001030", "1001060"))
     photographer.take_message("some-failed", "Some changes failed:\n" + failures, "OK")
     app.answer(RESTART_STEAM, "No")
 
     config.write_bytes(content)
-    photographer.apply()
+    app.press("Apply")
     photographer.take_message("restart-steam", RESTART_STEAM, "No")
-    app.wait("label", "No pending changes.")
+    app.wait("label", NOTHING_PENDING)
     photographer.take("main-window-applied")
 
 
-def set_options(machine, appid, options):
-    """Gives a game of the sample machine launch options of its own."""
-    text = machine.local_config.read_text()
-    text, found = re.subn(r'("%s"\n\t*\{.*?"LaunchOptions"\t\t)"[^"]*"' % appid,
-                          lambda match: f'{match[1]}"{options}"', text, flags=re.S)
-    assert found == 1, appid
-    machine.local_config.write_text(text)
-
-
-def long_options(machine, desktop, app, photographer):
+def long_options(machine, app, photographer):
     """An unticked game whose options have 900 letters and no blank."""
-    set_options(machine, "1001010", "abcdefghi-" * 90)
-    app.click(app.wait("push button", "Refresh"))
+    options = "abcdefghi-" * 90
+    text = machine.local_config.read_text()
+    machine.local_config.write_text(text.replace("mangohud %command%", options))
+    app.press("Refresh")
     app.click(app.wait("list item", "Amber Tides"))
-    app.wait("label", "abcdefghi-" * 90)
+    app.wait("label", options)
     photographer.take("long-options")
 
 
-def many_failures(machine, desktop, app, photographer):
+def many_failures(machine, app, photographer):
     """120 games, of which none can be changed."""
     machine.kill_client()
     appids = [str(2000000 + 10 * i) for i in range(120)]
@@ -160,31 +123,31 @@ def many_failures(machine, desktop, app, photographer):
         manifest = machine.steam / f"steamapps/appmanifest_{appid}.acf"
         manifest.write_text('"AppState"\n{\n\t"appid"\t\t"%s"\n\t"name"\t\t"Aaa %03d"\n}\n'
                             % (appid, i))
-    app.click(app.wait("push button", "Refresh"))
+    app.press("Refresh")
     app.click(app.wait("list item", "Aaa 000"))  # the list keeps its place, at the top
     app.wait("panel", "Game settings: Aaa 000")
     for _ in appids:
-        desktop.key("space", "Down")
+        app.desktop.key("space", "Down")
     app.wait("label", "120 game(s) with pending changes. Steam must close briefly to apply.")
     photographer.take("many-pending")
     content = machine.local_config.read_bytes()
     machine.local_config.write_text("\n")
-    photographer.apply()
+    app.press("Apply")
     failures = "\n".join(f"{appid}: no apps section found" for appid in appids)
     photographer.take_message("many-failed", "Some changes failed:\n" + failures, "OK")
     app.answer(RESTART_STEAM, "No")
     machine.local_config.write_bytes(content)
 
 
-def small_screen(machine, desktop, app, photographer):
+def small_screen(machine, app, photographer):
     app.click(app.wait("list item", "Amber Tides"))
-    photographer.take_screen("small-screen")
+    photographer.take("small-screen", "root")
 
 
 def shoot(folder, scale, theme, style, scenes, screen):
     machine = SampleMachine()
     try:
-        environment = {"QT_SCALE_FACTOR": scale, "QT_STYLE_OVERRIDE": style}
+        environment = {"QT_STYLE_OVERRIDE": style}
         if theme == "dark" and style in DARK_STYLES:
             environment["QT_STYLE_OVERRIDE"] = DARK_STYLES[style]
         elif theme == "dark":
@@ -192,14 +155,13 @@ def shoot(folder, scale, theme, style, scenes, screen):
             settings.mkdir(parents=True)
             (settings / "qt6ct.conf").write_text(DARK % style)
             environment["QT_QPA_PLATFORMTHEME"] = "qt6ct"
-        with ScaledDesktop(float(scale), screen) as desktop:
-            desktop.start(pathlib.Path(os.environ["MARROWPULSE_BUILD"]) / "marrowpulse", machine.root,
-                          **environment)
+        with Desktop(screen=screen, scale=float(scale)) as desktop:
+            desktop.start(BUILD / "marrowpulse", machine.root, **environment)
             app = Application(desktop)
             app.wait("list item", "Amber Tides")
-            photographer = Photographer(desktop, app, folder, f"{scale}x-{theme}-{style.lower()}")
+            photographer = Photographer(app, folder, f"{scale}x-{theme}-{style.lower()}")
             for scene in scenes:
-                scene(machine, desktop, app, photographer)
+                scene(machine, app, photographer)
     finally:
         machine.close()
 
@@ -212,4 +174,4 @@ def main(folder, *look):
 
 
 if __name__ == "__main__":
-    main(pathlib.Path(sys.argv[2]).resolve(), *sys.argv[3:])
+    main(pathlib.Path(sys.argv[1]).resolve(), *sys.argv[2:])

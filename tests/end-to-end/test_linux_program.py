@@ -9,13 +9,11 @@ import subprocess
 import tempfile
 import unittest
 
-from case import BUILD, CLOSE_STEAM, RESTART_STEAM, ProgramTestCase, SampleMachine
-from desktop import ON_MACHINE, Application, Atspi, wait_for
+from case import (BUILD, CLOSE_STEAM, NOTHING_PENDING, PENDING, RESTART_STEAM, ProgramTestCase,
+                  SampleMachine)
+from desktop import ON_MACHINE, wait_for
 
 PACKAGING = pathlib.Path(__file__).resolve().parent.parent.parent / "packaging"
-
-# A file's mode does not bind root, unless it goes without these two.
-WITHOUT_ROOTS_WAY = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"]
 
 
 class WindowTestCase(ProgramTestCase):
@@ -35,27 +33,22 @@ class WindowTestCase(ProgramTestCase):
 
 
 class Windows(WindowTestCase):
-    def test_window_belongs_to_the_desktop_entry(self):
+    def test_the_window_belongs_to_the_desktop_entry_has_an_icon_and_closes(self):
         entry = configparser.ConfigParser(interpolation=None)
         entry.read(PACKAGING / "org.marrowpulse.Marrowpulse.desktop")
         wm_class = self.desktop.output("xprop", "-id", self.window(), "WM_CLASS")
         names = [name.strip('" \n') for name in wm_class.split("=")[1].split(",")]
         self.assertIn(entry["Desktop Entry"]["StartupWMClass"], names)
-
-    def test_window_has_an_icon(self):
-        # Of its own: a window manager puts one picture of its own where there is none.
+        # Its own icon: a window manager puts one picture where there is none.
         self.assertEqual(self.icon_sizes(), [(size, size) for size in (16, 24, 32, 48, 64, 128)])
-
-    def test_closing_the_window_ends_the_program(self):
         self.desktop.output("xdotool", "windowfocus", "--sync", self.window())
         self.desktop.key("alt+F4")
         self.assertEqual(self.program.wait(timeout=20), 0)
 
-    def test_busy_indicator_moves_while_steam_is_awaited(self):
+    def test_the_busy_indicator_moves_while_steam_is_awaited(self):
         os.kill(self.machine.client_pid(), signal.SIGSTOP)  # it will be slow to exit
-        self.app.click(self.app.wait("list item", "Amber Tides"))
-        self.desktop.key("space")
-        self.status_is("1 game(s) with pending changes. Steam must close briefly to apply.")
+        self.app.tick("Amber Tides")
+        self.app.wait("label", PENDING)
         self.desktop.key("alt+a")
         self.app.answer(CLOSE_STEAM, "Yes")
         pictures = set()
@@ -69,7 +62,7 @@ class Windows(WindowTestCase):
         wait_for(moved, "the indicator to move")
         os.kill(self.machine.client_pid(), signal.SIGCONT)
         self.app.answer(RESTART_STEAM, "No")
-        self.status_is("No pending changes.")
+        self.app.wait("label", NOTHING_PENDING)
 
 
 class InstalledIcon(WindowTestCase):
@@ -85,53 +78,6 @@ class InstalledIcon(WindowTestCase):
         self.assertEqual(self.icon_sizes(), [(48, 48)])
 
 
-class StartedTwice(WindowTestCase):
-    def prepare(self):
-        self.machine.kill_client()
-
-    def apply_change_to(self, app, game):
-        app.click(app.wait("list item", game))
-        self.desktop.key("space")
-        wait_for(lambda: app.find("label", "1 game(s) with pending changes. Steam must close briefly "
-                                           "to apply."), "the pending change")
-        app.click(app.wait("push button", "Apply"))
-        app.answer(RESTART_STEAM, "No")
-        wait_for(lambda: app.find("label", "No pending changes."), "the end of the work")
-
-    def test_both_windows_work_and_nothing_is_lost(self):
-        first_text = self.machine.local_config.read_text()
-        first = self.app
-        # The windows lie over each other: the second goes where the first is not.
-        window = self.window()
-        self.desktop.start(BUILD / "marrowpulse", self.machine.root)
-        second = wait_for(lambda: self.other_application(first), "the second window")
-        self.apply_change_to(second, "Iron Lantern")
-        self.desktop.output("xdotool", "windowraise", window, "windowfocus", "--sync", window)
-        self.apply_change_to(first, "Amber Tides")
-
-        text = self.machine.local_config.read_text()
-        composed = self.machine.launch_options("1001010")
-        self.assertTrue(composed.startswith("MARROWPULSE=1 "))
-        self.assertEqual(self.machine.launch_options("1001090"), composed)
-        self.assertEqual(text, first_text.replace("mangohud %command%", composed)
-                         .replace("DXVK_ASYNC=1 %command%", composed))
-        store = (self.machine.root / "home/.config/Marrowpulse/Marrowpulse.conf").read_text()
-        self.assertIn("1001010=mangohud %command%\n", store)
-        self.assertIn('1001090="DXVK_ASYNC=1 %command%"\n', store)
-
-    def other_application(self, first):
-        Atspi.get_desktop(0).clear_cache()
-        desktop = Atspi.get_desktop(0)
-        for i in range(desktop.get_child_count()):
-            root = desktop.get_child_at_index(i)
-            if root is not None and root.get_name().lower() == "marrowpulse" and root != first.root \
-                    and root.get_process_id() != first.root.get_process_id():
-                other = Application(self.desktop)
-                other.root = root
-                return other if other.find("list item", "Iron Lantern") else None
-        return None
-
-
 class OnWayland(unittest.TestCase):
     """On a compositor without a screen, which draws by the processor alone."""
 
@@ -139,7 +85,8 @@ class OnWayland(unittest.TestCase):
         self.machine = SampleMachine()
         self.addCleanup(self.machine.close)
         self.machine.kill_client()
-        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="marrowpulse-wayland.")))
+        folder = tempfile.TemporaryDirectory(prefix="marrowpulse-wayland.")
+        self.folder = pathlib.Path(self.enterContext(folder))
         self.environment = {**os.environ, "WAYLAND_DISPLAY": "wayland-marrowpulse",
                             "QT_QPA_PLATFORM": "wayland", "WAYLAND_DEBUG": "client"}
         config = self.folder / "weston.ini"
@@ -180,19 +127,18 @@ class OnWayland(unittest.TestCase):
 
 
 class OddHome(ProgramTestCase):
-    def start_program(self):
-        pass
+    # A file's mode does not bind root, unless it goes without these two.
+    through = (("setpriv", "--bounding-set=-dac_override,-dac_read_search") if os.geteuid() == 0 else ())
 
-    def test_home_that_cannot_be_read(self):
+    def prepare(self):
         self.machine.kill_client()
         home = self.machine.root / "home"
         self.addCleanup(home.chmod, 0o700)
         home.chmod(0)
-        self.desktop.start(BUILD / "marrowpulse", self.machine.root,
-                           WITHOUT_ROOTS_WAY if os.geteuid() == 0 else ())
-        app = Application(self.desktop)
-        self.assertEqual(app.wait("list", "Games").get_child_count(), 0)
-        app.wait("label", "No pending changes.")
+
+    def test_a_home_that_cannot_be_read_is_one_without_games(self):
+        self.assertEqual(self.app.wait("list", "Games").get_child_count(), 0)
+        self.app.wait("label", NOTHING_PENDING)
 
 
 if __name__ == "__main__":
