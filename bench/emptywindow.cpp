@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The least that a program of this toolkit can be: what the program's own start is compared with.
+// An empty window: the benchmark compares the program's start with it.
 #include <QApplication>
 #include <QMainWindow>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The inner functions, measured on machines that stand in one folder, each under its number of
-// games. One of them has to lie under this process.
+// Measures the inner functions on machines in one folder, each in a folder named by its number of
+// games. The process has to run on one of them.
 #include "app/mainwindow.h"
 #include "base/durablefile.h"
 #include "steam/gamescan.h"
@@ -25,8 +25,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// What waits for the disk, or is compared with a peer, is measured by the clock on the wall; all
-// else by the CPU time of this process, which other work on the machine does not lengthen.
+// The clock on the wall measures what waits for the disk or is compared with a peer. All else is
+// measured in this process's CPU time, which other work on the machine does not lengthen.
 
 const std::vector<int64_t> sizes{250, 500, 1000, 2000};
 const std::vector<int64_t> moreSizes{500, 1000, 2000, 4000, 8000};
@@ -79,7 +79,7 @@ void editOneGame(benchmark::State &state)
 }
 BENCHMARK(editOneGame)->ArgsProduct({sizes})->UseRealTime();
 
-/// What putting a file of that size on the disk costs.
+/// A file of that size, put on the disk.
 void writeAndSync(benchmark::State &state)
 {
     goToMachine(state);
@@ -104,7 +104,7 @@ void recount(benchmark::State &state)
 }
 BENCHMARK(recount)->ArgsProduct({sizes});
 
-/// The rebuilding of the list: what a Refresh takes longer than a scan right after it.
+/// The rebuilding of the list: a Refresh, less the time of a scan right after it.
 void list(benchmark::State &state)
 {
     goToMachine(state);

@@ -21,7 +21,7 @@ def output(*command, **options):
 
 
 def found(pattern, path):
-    """What group 1 of the pattern's first match in a file is."""
+    """Group 1 of the first match of a pattern in a file."""
     return re.search(pattern, pathlib.Path(path).read_text())[1]
 
 
@@ -40,7 +40,7 @@ class Machine:
         self.restore()
 
     def restore(self):
-        """Undoes what was measured: each measurement finds the same machine."""
+        """Undoes a measurement, so that each finds the same machine."""
         shutil.rmtree(self.root / "home/.config/Marrowpulse", ignore_errors=True)
         for left in self.vdf.parent.glob(self.vdf.name + ".*"):
             left.unlink()
@@ -50,25 +50,25 @@ class Machine:
                 os.fsync(file.fileno())
 
     def changed_lines(self):
-        """How many lines of localconfig.vdf are not what they were."""
+        """How many lines of localconfig.vdf have changed."""
         before, after = self.content.splitlines(), self.vdf.read_bytes().splitlines()
         if len(before) != len(after):
             raise AssertionError("the file has another number of lines")
         return sum(old != new for old, new in zip(before, after))
 
     def inner(self, build, pattern):
-        """What the inner functions of a build take whose names match: name, games and time of each."""
+        """Measures the inner functions of a build whose names match: name, games and time of each."""
         self.restore()
         report = json.loads(output(
             ON_MACHINE, self.root, build / "bench_inner", f"--benchmark_filter={pattern}",
             "--benchmark_min_time=0.2", "--benchmark_format=json"))
         for run in report["benchmarks"]:
-            # The rest of the name tells what is not CPU time, such as editOneGame/250/real_time.
+            # A name with a rest, such as editOneGame/250/real_time, is not measured in CPU time.
             name, games, rest = re.fullmatch(r"(.+?)/(\d+)(/.*)?", run["name"]).groups("")
             yield name, int(games), run["real_time" if rest else "cpu_time"] / 1e6
 
     def peer(self, name, *counts):
-        """What a peer takes for the file: a parse, and an edit of each number of games."""
+        """Measures a peer on the file: the times of a parse, and of an edit of each number of games."""
         self.restore()
         command = {"node": ["node", HERE / "peers/peer.js"],
                    "python": [PYTHON, HERE / "peers/peer.py"]}[name]

@@ -58,7 +58,7 @@ class Screen(Desktop):
         self.root.change_attributes(event_mask=X.SubstructureNotifyMask)
 
     def is_painted(self):
-        # A window stands somewhere on the screen; without one these points are all black.
+        # Without a window the screen is black at these points.
         return any(any(self.root.get_image(x, y, 1, 1, X.ZPixmap, 0xFFFFFF).data[:3])
                    for x, y in ((640, 512), (450, 310)))
 
@@ -78,8 +78,8 @@ class Screen(Desktop):
 
     @contextlib.contextmanager
     def expect(self, kind, popup=False):
-        """Waits, behind what is done in it, until a popup or another window comes (X.MapNotify) or
-        any goes (X.UnmapNotify)."""
+        """Waits after its block until a popup or another window comes (X.MapNotify), or any goes
+        (X.UnmapNotify)."""
         self.display.sync()
         while self.display.pending_events():
             self.display.next_event()

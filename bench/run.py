@@ -50,8 +50,8 @@ class Bench:
         self.shapes = {shape: self.new_machine(folder, shape, 1000, 36000) for shape in SHAPES}
         for machine, content in zip(self.shapes.values(), shapes_of(self.machines[1000].content)):
             machine.replace_content(content)
-        # Two files of 2 MB that say the same of 150 games: with many friends, and behind so many
-        # sections that never close.
+        # Two files of 2 MB with the same 150 games: one has many friends, in the other many sections
+        # that never close come first.
         self.ordinary = self.new_machine(folder, "ordinary", 150, 18300)
         self.unclosed = self.new_machine(folder, "unclosed", 150, 0)
         opening = b'"apps"{'
@@ -122,7 +122,7 @@ class Bench:
                     self.measure_files(games)
                     self.measure_applies(player, games)
                 for _ in range(SHORT):
-                    # What is compared between sizes: all sizes in a row.
+                    # All sizes in a row, since they are compared.
                     self.note_inner("^scan/", self.machines[1000])
                     self.note_inner("-^(scan|readAllGames)/", self.machines[1000], [""])
                 self.measure_starts(screen)

@@ -160,7 +160,7 @@ def descendants(accessible):
 
 
 def role_of(accessible):
-    """The name of an object's role, as it was before AT-SPI 2.56 called a push button a button."""
+    """The name of an object's role. AT-SPI 2.56 began to call a push button a button."""
     role = accessible.get_role()
     return "push button" if role == Atspi.Role.PUSH_BUTTON else Atspi.role_get_name(role)
 
@@ -172,7 +172,7 @@ def has_state(accessible, state):
 def label_of(accessible):
     """The text of the label that a control belongs to; empty without one."""
     for relation in accessible.get_relation_set():
-        # The title of a group box is said to label what is in the group, too.
+        # Qt says that the title of a group box labels what is in the group, too.
         if relation.get_relation_type() == Atspi.RelationType.LABELLED_BY \
                 and role_of(relation.get_target(0)) == "label":
             return relation.get_target(0).get_name()
@@ -201,7 +201,7 @@ class Application:
         return None
 
     def _first(self, holds):
-        """The first showing object of which that holds, or None."""
+        """The first object on the screen that fulfils a condition, or None."""
         return next((accessible for accessible in descendants(self.root)
                      if is_showing(accessible) and holds(accessible)), None)
 

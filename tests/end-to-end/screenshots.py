@@ -12,7 +12,7 @@ import time
 from case import BUILD, CLOSE_STEAM, NOTHING_PENDING, RESTART_STEAM, SampleMachine
 from desktop import Application, Atspi, Desktop, has_state, wait_for
 
-# By the style, since a palette of its own comes with it, or by the palette.
+# A dark style where there is one; the others get a dark palette.
 DARK_STYLES = {"Adwaita": "Adwaita-Dark"}
 DARK = """[Appearance]
 color_scheme_path=/usr/share/qt6ct/colors/darker.conf
@@ -20,7 +20,7 @@ custom_palette=true
 style=%s
 """
 
-# What players have, by the scale that they use there.
+# Common small screens, by the scale that players use on them.
 SMALL_SCREENS = {"1": "1024x600", "1.5": "1366x768", "2": "1920x1080"}
 
 
@@ -168,7 +168,7 @@ def shoot(folder, scale, theme, style, scenes, screen):
 
 def main(folder, *look):
     shoot(folder, *look, [tour], "2200x1600")
-    # The last of them changes the machine for good.
+    # many_failures() changes the machine for good, so it is the last.
     shoot(folder, *look, [long_options, many_failures], "2200x1600")
     shoot(folder, *look, [small_screen], SMALL_SCREENS[look[0]])
 

@@ -22,7 +22,7 @@ class Keyboard(ProgramTestCase):
         except AssertionError:
             self.fail(f"the focus is on {name()!r}, not on {expected!r}")
 
-    def test_whole_job(self):
+    def test_a_player_without_a_pointer_gets_a_game_set_up(self):
         self.focus_is("Games")
         self.press("space")
         self.app.wait("label", PENDING)

@@ -39,7 +39,7 @@ class Windows(WindowTestCase):
         wm_class = self.desktop.output("xprop", "-id", self.window(), "WM_CLASS")
         names = [name.strip('" \n') for name in wm_class.split("=")[1].split(",")]
         self.assertIn(entry["Desktop Entry"]["StartupWMClass"], names)
-        # Its own icon: a window manager puts one picture where there is none.
+        # All sizes: a window manager gives a window without an icon a single picture.
         self.assertEqual(self.icon_sizes(), [(size, size) for size in (16, 24, 32, 48, 64, 128)])
         self.desktop.output("xdotool", "windowfocus", "--sync", self.window())
         self.desktop.key("alt+F4")
@@ -74,12 +74,12 @@ class InstalledIcon(WindowTestCase):
         shutil.copy(PACKAGING / "icons/48.png",
                     theme / "48x48/apps/org.marrowpulse.Marrowpulse.png")
 
-    def test_the_icon_of_the_theme_is_taken(self):
+    def test_the_icon_themes_picture_is_taken(self):
         self.assertEqual(self.icon_sizes(), [(48, 48)])
 
 
 class OnWayland(unittest.TestCase):
-    """On a compositor without a screen, which draws by the processor alone."""
+    """On a Wayland compositor without a screen, which draws into memory."""
 
     def setUp(self):
         self.machine = SampleMachine()
@@ -97,7 +97,7 @@ class OnWayland(unittest.TestCase):
         wait_for(pathlib.Path(os.environ["XDG_RUNTIME_DIR"], "wayland-marrowpulse").exists, "the compositor")
 
     def start(self, *command):
-        """Starts a command; returns the file of what it says."""
+        """Starts a command; returns the file that gets its messages."""
         said = tempfile.NamedTemporaryFile(dir=self.folder, delete=False)
         process = self.enterContext(subprocess.Popen(
             command, cwd=self.folder, env=self.environment, stdin=subprocess.DEVNULL,
@@ -127,7 +127,7 @@ class OnWayland(unittest.TestCase):
 
 
 class OddHome(ProgramTestCase):
-    # A file's mode does not bind root, unless it goes without these two.
+    # With these two capabilities root reads every folder.
     through = (("setpriv", "--bounding-set=-dac_override,-dac_read_search") if os.geteuid() == 0 else ())
 
     def prepare(self):

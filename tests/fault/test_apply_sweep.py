@@ -117,8 +117,8 @@ class Sweep(unittest.TestCase):
         finally:
             self.machines.put(machine)
 
-    def test_the_kinds_of_games(self):
-        """What the sweeps go by: before, and after undisturbed Applies."""
+    def test_without_a_fault_every_kind_of_game_is_changed_as_it_should(self):
+        """The sweeps rely on this."""
         before, after = options_in(self.fresh.file), options_in(self.enabled.file)
         self.assertEqual({game: before[game] for game in (*OWN, *ESCAPED)}, {**OWN, **ESCAPED})
         self.assertEqual([game for game in GAMES if game not in before],

@@ -62,16 +62,16 @@ class MalformedStore(unittest.TestCase):
             self.machine.set_up(State(self.machine.original, store))
             self.assert_applies(store)
 
-    def test_cut(self):
+    def test_a_store_that_was_cut(self):
         self.each_applies(WHOLE[:length] for length in range(len(WHOLE)))
 
-    def test_random_bytes(self):
+    def test_a_store_with_random_bytes(self):
         self.each_applies(random_stores())
 
-    def test_wrong_types(self):
+    def test_a_store_with_wrong_values(self):
         self.each_applies(stores_of_wrong_types())
 
-    def test_no_file_in_its_place(self):
+    def test_a_folder_or_a_link_in_the_stores_place(self):
         for make in (os.mkdir, lambda path: os.symlink(path, path),
                      lambda path: os.symlink("/dev/null", path)):
             self.machine.set_up(State(self.machine.original, b""))

@@ -12,6 +12,6 @@ VERSION, DAY = RELEASES[0]
 
 
 def validator_wants_a_homepage():
-    """AppStream 1.0 does; there is none."""
+    """AppStream 1.0 does; Marrowpulse has none."""
     version = subprocess.run(["appstreamcli", "--version"], capture_output=True, text=True, check=True).stdout
     return int(re.search(r"\d+", version)[0]) >= 1

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Building, running and packing in a folder with any name, which takes a build of its own."""
+"""Builds, runs and packs the program in a folder with an odd name."""
 import os
 import pathlib
 import shutil
@@ -11,7 +11,7 @@ SOURCES = pathlib.Path(__file__).resolve().parents[2]
 
 
 class AnyFolder(unittest.TestCase):
-    def test_a_blank_an_apostrophe_and_an_umlaut(self):
+    def test_a_folder_with_a_blank_an_apostrophe_and_an_umlaut(self):
         temporary = tempfile.TemporaryDirectory(prefix="marrowpulse-folder.")
         self.addCleanup(temporary.cleanup)
         folder = pathlib.Path(temporary.name, "my games' öl")

@@ -28,16 +28,25 @@ class DebianPackage(unittest.TestCase):
                                 check=True).stdout
         return subprocess.run(["gzip", "-cdf"], input=packed, capture_output=True, check=True).stdout.decode()
 
-    def test_name_and_version(self):
-        self.assertEqual([self.field("Package"), self.field("Version")], ["marrowpulse", VERSION])
+    def test_what_apt_says_of_it(self):
+        for name, value in {
+                "Package": "marrowpulse",
+                "Version": VERSION,
+                "Section": "contrib/utils",  # a tool that needs what Debian does not have
+                "Recommends": "qt6-wayland, x11-xserver-utils, pci.ids | hwdata",
+                # for the icon of "Advanced"
+                "Suggests": "adwaita-icon-theme | breeze-icon-theme, qt6-svg-plugins | libqt6svg6",
+        }.items():
+            with self.subTest(name):
+                self.assertEqual(self.field(name), value)
 
     def test_dependencies_are_the_libraries_that_it_links(self):
-        # A library that was rebuilt for 64 bits of time says so behind its name.
+        # Debian adds t64 to the names of libraries that it rebuilt for 64 bits of time.
         names = {dependency.split()[0].removesuffix("t64")
                  for dependency in self.field("Depends").split(", ")}
         self.assertEqual(names, {"libc6", "libqt6core6", "libqt6gui6", "libqt6widgets6", "libstdc++6"})
 
-    def test_is_not_made_where_its_dependencies_cannot_be_found_out(self):
+    def test_packing_fails_where_the_dependencies_cannot_be_found_out(self):
         with tempfile.TemporaryDirectory(prefix="marrowpulse-deb.") as folder:
             packing = subprocess.run(
                 ["bwrap", "--dev-bind", "/", "/", "--ro-bind", "/dev/null", "/usr/bin/dpkg-shlibdeps",
@@ -47,17 +56,7 @@ class DebianPackage(unittest.TestCase):
             self.assertIn("dpkg-dev", packing.stderr)
             self.assertEqual(list(pathlib.Path(folder).glob("*.deb")), [])
 
-    def test_recommends_wayland_xrandr_and_the_names_of_gpus(self):
-        self.assertEqual(self.field("Recommends"), "qt6-wayland, x11-xserver-utils, pci.ids | hwdata")
-
-    def test_suggests_what_shows_the_icon_of_advanced(self):
-        self.assertEqual(self.field("Suggests"),
-                         "adwaita-icon-theme | breeze-icon-theme, qt6-svg-plugins | libqt6svg6")
-
-    def test_is_a_tool_that_needs_what_debian_does_not_have(self):
-        self.assertEqual(self.field("Section"), "contrib/utils")
-
-    def test_packed_again_by_somebody_private_it_is_the_same_bytes(self):
+    def test_anybody_who_packs_it_again_gets_the_same_bytes(self):
         with tempfile.TemporaryDirectory(prefix="marrowpulse-deb.") as folder:
             subprocess.run(["cpack", "-G", "DEB", "-B", folder, "--config", BUILD / "CPackConfig.cmake"],
                            check=True, stdout=subprocess.DEVNULL, umask=0o077)
@@ -72,7 +71,7 @@ class DebianPackage(unittest.TestCase):
         self.assertEqual(modes, {("drwxr-xr-x", "root/root"): {True}, ("-rw-r--r--", "root/root"): {False},
                                  ("-rwxr-xr-x", "root/root"): {"./usr/bin/marrowpulse"}})
 
-    def test_manual_page_copyright_and_changelog(self):
+    def test_it_has_the_manual_page_the_licence_and_the_changelog(self):
         self.assertIn(f'"Marrowpulse {VERSION}"', self.content("usr/share/man/man1/marrowpulse.1.gz"))
         self.assertTrue(self.content("usr/share/doc/marrowpulse/copyright").startswith("MIT License\n"))
         changelog = self.content("usr/share/doc/marrowpulse/changelog.gz")

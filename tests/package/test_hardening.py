@@ -42,7 +42,7 @@ class Hardening(unittest.TestCase):
         self.assertIn("__stack_chk_fail", re.findall(r"\w+(?=@)", readelf("--dyn-syms")))
 
     def test_every_source_is_fortified_and_its_stack_protected(self):
-        """By what the compiler has defined under the flags of the sources."""
+        """Asks the compiler which macros it defines under the flags of each source."""
         commands = json.loads((BUILD / "compile_commands.json").read_text())
         sources = [entry for entry in commands if SOURCES in pathlib.Path(entry["file"]).parents]
         self.assertGreater(len(sources), 10)

@@ -35,11 +35,11 @@ class InstallTree(unittest.TestCase):
         folder = tempfile.TemporaryDirectory(prefix="marrowpulse-install.")
         cls.addClassCleanup(folder.cleanup)
         cls.prefix = pathlib.Path(folder.name) / "usr"
-        # by somebody private, whose install is for everybody all the same
+        # A user whose own files nobody else may read installs for everybody.
         subprocess.run(["cmake", "--install", os.environ["MARROWPULSE_BUILD"], "--prefix", cls.prefix],
                        check=True, stdout=subprocess.DEVNULL, umask=0o077)
 
-    def test_files_and_modes(self):
+    def test_exactly_these_files_are_installed_for_everybody_to_read(self):
         installed = {str(path.relative_to(self.prefix)): path.stat().st_mode & 0o7777
                      for path in self.prefix.rglob("*") if not path.is_dir()}
         self.assertEqual(installed, FILES)
@@ -48,7 +48,7 @@ class InstallTree(unittest.TestCase):
         folders = [self.prefix, *(path for path in self.prefix.rglob("*") if path.is_dir())]
         self.assertEqual([path for path in folders if path.stat().st_mode & 0o7777 != 0o755], [])
 
-    def test_program_does_not_tell_where_it_was_built(self):
+    def test_the_program_holds_no_path_of_the_builder(self):
         program = (self.prefix / "bin/marrowpulse").read_bytes()
         for folder in (SOURCES, os.environ["MARROWPULSE_BUILD"]):
             self.assertNotIn(str(folder).encode(), program)
@@ -69,7 +69,7 @@ class InstallTree(unittest.TestCase):
         self.assertEqual(man.stderr, "")
         self.assertIn("MARROWPULSE_GAMESCOPE_PREFIX", man.stdout)
 
-    def test_user_guide_leads_nowhere_that_is_not_installed(self):
+    def test_the_user_guides_links_lead_to_installed_files(self):
         doc = self.prefix / "share/doc/marrowpulse"
         subprocess.run([SOURCES / "docs/check-links",
                         doc / "user-guide.md", doc / "launch-options.md"], check=True)

@@ -20,13 +20,14 @@ def output(*command):
 
 
 class Metadata(unittest.TestCase):
-    def test_desktop_entry_is_valid_without_a_word(self):
+    def test_the_validator_finds_nothing_in_the_desktop_entry(self):
         self.assertEqual(output("desktop-file-validate", DESKTOP), (0, ""))
 
-    def test_metainfo_is_valid_but_for_what_is_meant(self):
+    def test_the_validator_finds_only_what_is_meant_in_the_metainfo(self):
         _, text = output("appstreamcli", "validate", "--no-net", "--pedantic", "--no-color", METAINFO)
-        issues = {tuple(line.split()[0::2]) for line in text.splitlines() if line[:2] in ("E:", "W:", "I:", "P:")}
-        # Older readers know one way of telling the developer, newer ones the other.
+        issues = {tuple(line.split()[0::2]) for line in text.splitlines()
+                  if line[:2] in ("E:", "W:", "I:", "P:")}
+        # The metainfo names the developer twice: older readers know one tag, newer ones the other.
         expected = {("P:", "cid-contains-uppercase-letter")}
         if validator_wants_a_homepage():
             expected |= {("I:", "developer-name-tag-deprecated"), ("W:", "url-homepage-missing")}
@@ -34,18 +35,18 @@ class Metadata(unittest.TestCase):
             expected |= {("I:", "unknown-tag", )}
         self.assertEqual(issues, expected, text)
 
-    def test_metainfo_tells_every_release_of_the_change_log(self):
+    def test_software_centres_show_every_release_of_the_change_log(self):
         releases = ElementTree.parse(METAINFO).getroot().findall("releases/release")
         self.assertEqual([(release.get("version"), release.get("date")) for release in releases],
                          [(version, str(day)) for version, day in RELEASES])
 
-    def test_desktop_entry_is_found_among_the_games_and_starts_the_program(self):
+    def test_the_menu_has_it_among_the_games_and_starts_the_program(self):
         lines = DESKTOP.read_text().splitlines()
         for line in ("Name=Marrowpulse", "Exec=marrowpulse", "Icon=org.marrowpulse.Marrowpulse",
                      "Categories=Game;Qt;", "Terminal=false"):
             self.assertIn(line, lines)
 
-    def test_metainfo_tells_what_a_software_centre_shows(self):
+    def test_software_centres_show_name_licence_and_developers(self):
         component = ElementTree.parse(METAINFO).getroot()
         for path, text in (("id", "org.marrowpulse.Marrowpulse"),
                            ("name", "Marrowpulse"),

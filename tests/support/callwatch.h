@@ -20,7 +20,7 @@ namespace support
 {
 
 /// While it lives, records which files are synced and renamed, and can make calls of the C library
-/// fail, or do something just before them. That includes Qt's calls: this header defines the
+/// fail, or do something just before them. Qt's calls are among them: this header defines the
 /// functions in the place of the library's. So only one source of an executable may include it.
 class CallWatch
 {
@@ -84,8 +84,8 @@ private:
     int sparedLeft = 0;
 };
 
-/// Calls the C library's function of that name, which the one in this file hides, unless the call
-/// of that other name must fail.
+/// Calls the C library's function, which the one of the same name in this file hides. Returns -1
+/// instead if the test has `call` fail.
 template <typename Result = int, typename... Arguments>
 Result watched(const QByteArray &call, const char *function, Arguments... arguments)
 {
@@ -107,9 +107,9 @@ inline int watchedOpen(const char *path, int flags, mode_t mode = 0)
 
 } // namespace support
 
-// The names of the calls in tests: "sync a file" and "sync a folder", "rename", "change the mode",
-// "change the owner", "lock", "read the access list" and to "set" or "drop" it, and "read NAME" or
-// "write NAME" for opening it.
+// Tests name the calls so: "sync a file", "sync a folder", "rename", "change the mode", "change the
+// owner", "lock", "read the access list", "set the access list", "drop the access list", and "read
+// NAME" or "write NAME" where a file is opened.
 extern "C" {
 
 int fsync(int descriptor)

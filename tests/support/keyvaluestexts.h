@@ -34,7 +34,8 @@ inline rc::Gen<Text> anyAppid()
     return rc::gen::element<Text>(u"10", u"100", u"1");
 }
 
-/// What may stand between a key and what follows: the six blanks, and what is none of them.
+/// Stands between a key and its value or brace: mostly the six blanks, now and then another
+/// character.
 inline rc::Gen<Text> anySpace()
 {
     return rc::gen::weightedOneOf<Text>(
@@ -44,14 +45,14 @@ inline rc::Gen<Text> anySpace()
                                     Text(1, u'\0'), u"\x1c")}});
 }
 
-/// Long enough to reach over the blocks in which braces are counted.
+/// Up to 700 times the same piece.
 inline rc::Gen<Text> anyFiller()
 {
     return rc::gen::map(rc::gen::pair(rc::gen::resize(100, rc::gen::inRange(1, 700)),
                                       rc::gen::element<Text>(u"x", u" ", u"{}", u"}{", u"{", u"}",
                                                              u"\"k\" \"v\"\n")),
                         [](const std::pair<int, Text> &filler) {
-                            // Lone braces in hundreds would leave nothing else to be found.
+                            // Hundreds of lone braces would hide all else.
                             const bool lone = filler.second == u"{" || filler.second == u"}";
                             Text text;
                             for (int i = 0; i < (lone ? 1 + filler.first % 3 : filler.first); ++i)
@@ -101,7 +102,7 @@ inline rc::Gen<Text> blockOf(const rc::Gen<Text> &key, const rc::Gen<Text> &cont
                         });
 }
 
-/// An entry by which one could mistake where a value, a line or a block is.
+/// An entry at which a reader could mistake where a value, a line or a block is.
 inline rc::Gen<Text> misleadingEntry()
 {
     return rc::gen::element<Text>(u"\"Playtime\"\t\"55\"\n", u"\"mode\"\t\"LaunchOptions\"\n",
@@ -139,7 +140,7 @@ inline rc::Gen<Text> appsBlock()
                                                  {1, misleadingEntry()}}));
 }
 
-/// Anything from Steam's own shape to loose braces and quotes; some are cut.
+/// A text of Steam's own shape, of loose braces and quotes, or in between; some are cut.
 inline rc::Gen<Text> anyText()
 {
     const rc::Gen<Text> text =
@@ -163,7 +164,7 @@ inline rc::Gen<Text> anyText()
     return rc::gen::weightedOneOf<Text>({{4, text}, {1, cut}});
 }
 
-/// New options: mostly such as can be written, now and then with what is refused.
+/// New options: most can be written, some hold what the program refuses.
 inline rc::Gen<Text> anyOptions()
 {
     return joined(

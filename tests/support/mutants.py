@@ -7,7 +7,7 @@
 Lists what can be changed in the lines of src/ that differ from COMMIT, draws from it by the seed before
 anything is run, and tries the changes in that order until so many of them compiled: each is built and
 tested in a clone. Prints a line for each: caught (with the test that failed), or survived, with
-the changed line.
+the changed line. All of src/ differs from the empty tree, 4b825dc642cb6eb9a060e54bf8d69288fbee4904.
 """
 import argparse
 import concurrent.futures
@@ -16,18 +16,18 @@ import queue
 import random
 import re
 import subprocess
-import sys
 import tempfile
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
-CONFIGURE = ["cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1",
-             "-DBUILD_TESTING=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
+CONFIGURE = ["cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
+             "-DCMAKE_CXX_FLAGS=-O1", "-DBUILD_TESTING=ON", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON"]
 BUILD = ["cmake", "--build", "build", "-j", "1", "--target", "all", "tests/app/all"]
 CTEST = ["ctest", "--test-dir", "build", "--stop-on-failure"]
 UNIT, GUI = ["-L", "unit"], ["-L", "gui", "-E", "did_not_exit"]
 SLOW = ["-R", "did_not_exit"]  # it waits for a minute and a half
 
-SWAPS = [(" == ", " != "), (" < ", " <= "), (" > ", " >= "), (" && ", " || "), (" + ", " - "), ("true", "false")]
+SWAPS = [(" == ", " != "), (" < ", " <= "), (" > ", " >= "), (" && ", " || "), (" + ", " - "),
+         ("true", "false")]
 STATEMENT = re.compile(r"\s*(?!return\b|using\b|case\b|else\b|break;|namespace\b|[}#])\S.*;")
 
 
@@ -62,7 +62,8 @@ def variants(line):
         return
     for one, other in SWAPS:
         for old, new in ((one, other), (other, one)):
-            for found in re.finditer(rf"(?<!\w){re.escape(old)}(?!\w)" if old.isalpha() else re.escape(old), code):
+            pattern = rf"(?<!\w){old}(?!\w)" if old.isalpha() else re.escape(old)
+            for found in re.finditer(pattern, code):
                 yield line[:found.start()] + new + line[found.end():]
     for found in re.finditer(r"(?<![\w.])\d+(?![\w.'])", code):
         yield line[:found.start()] + str(int(found[0]) + 1) + line[found.end():]
@@ -74,7 +75,8 @@ def variants(line):
     for found in re.finditer(r'"[^"]+"', line):
         if code[found.start():].startswith('"'):
             yield line[:found.start()] + '""' + line[found.end():]
-    if STATEMENT.fullmatch(code.rstrip()) and code.count("(") == code.count(")") and re.search(r"\(| = ", code):
+    is_whole = STATEMENT.fullmatch(code.rstrip()) and code.count("(") == code.count(")")
+    if is_whole and re.search(r"\(| = ", code):
         yield "\n"
 
 
@@ -88,7 +90,7 @@ def sites(since):
 
 
 def try_change(folder, change):
-    """What became of a change in one of the clones."""
+    """Builds and tests a change in one of the clones, and says what became of it."""
     path, number, new = change
     file = pathlib.Path(folder, path)
     old = file.read_text()
@@ -99,9 +101,9 @@ def try_change(folder, change):
         if subprocess.run(BUILD, cwd=folder, capture_output=True).returncode != 0:
             return "does not compile"
         for tests in (GUI, UNIT, SLOW) if path.startswith("src/app/") else (UNIT, GUI, SLOW):
-            tests = subprocess.run(CTEST + tests, cwd=folder, capture_output=True, text=True, errors="replace")
-            if tests.returncode != 0:
-                failed = re.search(r"Test +#\d+: (\S+) \.*\*\*\*", tests.stdout)
+            done = subprocess.run(CTEST + tests, cwd=folder, capture_output=True, text=True, errors="replace")
+            if done.returncode != 0:
+                failed = re.search(r"Test +#\d+: (\S+) \.*\*\*\*", done.stdout)
                 return f"caught by {failed[1] if failed else 'a test'}"
         return "survived"
     finally:
@@ -158,7 +160,7 @@ def main():
     told = list(results.values())
     print(f"{sum(r.startswith('caught') for r in told)} caught, {told.count('survived')} survived, "
           f"{told.count('does not compile')} do not compile")
-    return 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    main()

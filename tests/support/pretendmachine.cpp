@@ -45,7 +45,7 @@ PretendMachine::PretendMachine()
         temporary = std::make_unique<QTemporaryDir>();
         machineRoot = temporary->path();
     }
-    // The four folders themselves stay: they are what is laid over the real ones.
+    // The four folders themselves stay: on-machine has put them in the place of the real ones.
     const QStringList parts{u"home"_s, u"bin"_s, u"sys"_s, u"hwdata"_s};
     wipe(machineRoot, parts);
     for (const QString &part : parts) {
@@ -183,8 +183,7 @@ esac
 void PretendMachine::startSteamClient(const QStringList &arguments) const
 {
     addSteamCommand();
-    // The client itself goes on in the background; the process that is waited for ends once the
-    // client has written its pid file.
+    // This process ends when the pid file is written; the client goes on in the background.
     QProcess client;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"HOME"_s, home());

@@ -24,7 +24,7 @@ int main(int argc, char **argv)
         text.assign(std::istreambuf_iterator<char>(in), {});
     }
 
-    // The client is asked to exit by a signal, which waits for it from its first moment on.
+    // A signal asks the client to exit. It is held back from here on, so that none is missed.
     sigset_t exitRequest;
     sigemptyset(&exitRequest);
     sigaddset(&exitRequest, SIGTERM);
