@@ -1,66 +1,50 @@
 // SPDX-License-Identifier: MIT
-#include "modaldialogs.h"
 #include "windowuser.h"
 
-#include "support/samplesteam.h"
-
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
-/// The sample's text with the app's value line in it changed from `before` to `after`.
-QByteArray changed(const QByteArray &text, const QString &before, const QString &after)
-{
-    const QByteArray line = "\"LaunchOptions\"\t\t\"" + before.toUtf8() + "\"\n";
-    if (text.count(line) != 1)
-        qFatal("%lld lines to change", static_cast<long long>(text.count(line)));
-    return QByteArray(text).replace(line, "\"LaunchOptions\"\t\t\"" + after.toUtf8() + "\"\n");
-}
-
-} // namespace
-
-/// Apply while Steam does not run.
+/// Apply without a failure, whatever Steam or another window does meanwhile.
 class TestMainWindowApply : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void backsUpEditsAndAsksForTheRestart()
+    void applyBacksUpEditsAndAsksForTheRestart()
     {
         const PlayersMachine machine;
         machine.addSteamCommand();
         machine.installGames(
             {{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s, u"-second"_s}});
         const QByteArray before = machine.readLocalConfig();
+        const QByteArray after = QByteArray(before).replace("-first", defaultOptions.toUtf8());
         WindowUser user;
         user.toggle(u"Alpha"_s);
         MessageBoxAnswers boxes({QMessageBox::No});
         boxes.whileShown = [&](qsizetype) { // the work is done before the question
-            QCOMPARE(machine.readLocalConfig(), changed(before, u"-first"_s, defaultOptions));
-            QCOMPARE(user.statusLabel->text(), u"No pending changes."_s); // seen behind it
+            QCOMPARE(machine.readLocalConfig(), after);
+            QCOMPARE(user.statusLabel->text(), pendingStatus(0)); // seen behind it
         };
         user.click(user.applyButton);
 
         QCOMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
-        QCOMPARE(machine.readLocalConfig(), changed(before, u"-first"_s, defaultOptions));
+        QCOMPARE(machine.readLocalConfig(), after);
         QCOMPARE(machine.backups().size(), 1);
         QCOMPARE(machine.read(machine.localConfig().section(u'/', 0, -2) + u'/' +
                               machine.backups().first()),
                  before);
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(0));
         QVERIFY(!user.applyButton->isEnabled());
         QVERIFY(user.isTicked(u"Alpha"_s));
         QCOMPARE(machine.steamCalls(), QStringList());
         QVERIFY(!QGuiApplication::overrideCursor());
     }
 
-    void nothingPendingDoesNothing()
+    void withNothingPendingApplyDoesNothing()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
         const QByteArray before = machine.readLocalConfig();
         WindowUser user;
         const MessageBoxAnswers boxes;
@@ -73,86 +57,57 @@ private Q_SLOTS:
         QVERIFY(!QGuiApplication::overrideCursor());
     }
 
-    void aMissingLocalConfigIsToldEvenWithNothingPending()
+    void aMissingLocalConfigIsReported_data()
     {
-        const PlayersMachine machine;
-        machine.addGame(u"100"_s, u"Alpha"_s);
-        WindowUser user;
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
-        const MessageBoxAnswers boxes({QMessageBox::Ok});
-        user.window.apply(); // the button is disabled
-        QCOMPARE(boxes.shown(),
-                 QStringList{warningBox(u"Could not find Steam's localconfig.vdf."_s)});
+        QTest::addColumn<int>("pending");
+        QTest::newRow("nothing pending") << 0;
+        QTest::newRow("a pending change, and Steam runs") << 1;
     }
-
-    void aMissingLocalConfigStopsPendingChanges()
+    void aMissingLocalConfigIsReported()
     {
+        QFETCH(const int, pending);
         const PlayersMachine machine;
-        machine.startSteamClient();
         machine.addGame(u"100"_s, u"Alpha"_s);
+        if (pending)
+            machine.startSteamClient();
         WindowUser user;
-        user.toggle(u"Alpha"_s);
+        if (pending)
+            user.toggle(u"Alpha"_s);
         const MessageBoxAnswers boxes({QMessageBox::Ok});
-        user.click(user.applyButton);
+        user.window.apply(); // the button may be disabled
         QCOMPARE(boxes.shown(),
                  QStringList{warningBox(u"Could not find Steam's localconfig.vdf."_s)});
         QCOMPARE(machine.storedValues(), (QMap<QString, QString>()));
         QCOMPARE(machine.steamCalls(), QStringList());
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(pending));
     }
 
-    void whatAnotherWindowHasKeptMeanwhileStays()
+    void applyStoresTheSettingsOfAllGames()
     {
-        const PlayersMachine machine;
-        machine.installGames(
-            {{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s, u"-second"_s}});
-        WindowUser user;
-        machine.write(machine.storePath(), "[original]\n100=-theirs\n");
-        user.toggle(u"Alpha"_s);
-        user.toggle(u"Beta"_s);
-        const MessageBoxAnswers boxes({QMessageBox::No});
-        user.click(user.applyButton);
-        QCOMPARE(boxes.shown(), QStringList{questionBox(restartQuestion)});
-        QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-theirs"_s);
-        QCOMPARE(machine.storedValues().value(u"original/200"_s), u"-second"_s);
-        QCOMPARE(machine.readLocalConfig().count(defaultOptions.toUtf8()), 2);
-    }
-
-    void settingsOfAllGamesAreStoredChangedOrNot()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s},
-                              {u"200"_s, u"Beta"_s, u"-windowed"_s},
-                              {u"300"_s, u"Gamma"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s},
+                                      {u"200"_s, u"Beta"_s, u"-windowed"_s},
+                                      {u"300"_s, u"Gamma"_s}});
         WindowUser user;
         machine.removeGame(u"300"_s); // no longer listed, but its record stays
         user.click(user.refreshButton);
         user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::No});
-        user.click(user.applyButton);
+        user.apply();
         QMap<QString, QString> expected;
+        const QStringList defaults{u"upscaling=true"_s,    u"renderW=1280"_s,   u"renderH=720"_s,
+                                   u"outputW=1920"_s,      u"outputH=1080"_s,   u"framegen=true"_s,
+                                   u"fgbackend=0"_s,       u"holdback=1"_s,     u"framecap=true"_s,
+                                   u"caphz=0"_s,           u"renderres=true"_s, u"pacing=0"_s,
+                                   u"debugoverlay=false"_s};
         for (const auto &appid : {u"100"_s, u"200"_s, u"300"_s}) {
-            const QString prefix = "config/"_L1 + appid + u'/';
-            expected.insert({{prefix + "upscaling"_L1, u"true"_s},
-                             {prefix + "renderW"_L1, u"1280"_s},
-                             {prefix + "renderH"_L1, u"720"_s},
-                             {prefix + "outputW"_L1, u"1920"_s},
-                             {prefix + "outputH"_L1, u"1080"_s},
-                             {prefix + "framegen"_L1, u"true"_s},
-                             {prefix + "fgbackend"_L1, u"0"_s},
-                             {prefix + "holdback"_L1, u"1"_s},
-                             {prefix + "framecap"_L1, u"true"_s},
-                             {prefix + "caphz"_L1, u"0"_s},
-                             {prefix + "renderres"_L1, u"true"_s},
-                             {prefix + "pacing"_L1, u"0"_s},
-                             {prefix + "debugoverlay"_L1, u"false"_s}});
+            for (const QString &line : defaults)
+                expected.insert("config/"_L1 + appid + u'/' + line.section(u'=', 0, 0),
+                                line.section(u'=', 1));
         }
         // Beta was not rewritten, so its own options are not kept.
         QCOMPARE(machine.storedValues(), expected);
     }
 
-    void anAutomaticCapIsWrittenAsTheNumberOfThatMoment()
+    void anAutomaticCapIsWrittenAsANumberAndStaysAutomatic()
     {
         const PlayersMachine machine;
         machine.addXrandr("   2560x1440    143.97*+\n");
@@ -160,10 +115,109 @@ private Q_SLOTS:
         WindowUser user;
         QCOMPARE(user.frameCapCheck->text(), u"Limit frame rate to 108 fps (smoother)"_s);
         user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::No});
-        user.click(user.applyButton);
+        user.apply();
         QVERIFY(machine.readLocalConfig().contains(" -F fsr -r 108 -f "));
         QCOMPARE(machine.storedValues().value(u"config/100/caphz"_s), u"0"_s);
+    }
+
+    void optionsThatSteamWritesAsItExitsAreGivenBackLater()
+    {
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, u"-typed"_s}});
+        machine.startSteamClient();
+        machine.installGames({{u"100"_s, u"Alpha"_s, u"-old"_s}}); // what the window reads
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        QCOMPARE(user.apply({QMessageBox::Yes, QMessageBox::No}).size(), 2);
+        QVERIFY(machine.readLocalConfig().contains(defaultOptions.toUtf8()));
+        QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-typed"_s);
+
+        user.toggle(u"Alpha"_s);
+        QCOMPARE(user.apply(), QStringList{questionBox(restartQuestion)});
+        QVERIFY(!machine.readLocalConfig().contains(defaultOptions.toUtf8()));
+        QVERIFY(machine.readLocalConfig().contains("\"LaunchOptions\"\t\t\"-typed\""));
+    }
+
+    void optionsThatAnotherWindowSavedAreGivenBack_data()
+    {
+        QTest::addColumn<bool>("refreshed");
+        QTest::newRow("after a Refresh") << true;
+        QTest::newRow("without one") << false;
+    }
+    void optionsThatAnotherWindowSavedAreGivenBack()
+    {
+        QFETCH(const bool, refreshed);
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        QCOMPARE(user.previewLabel->text(), u""_s);
+        machine.write(machine.storePath(), "[original]\n100=-theirs\n");
+        if (refreshed) {
+            user.click(user.refreshButton);
+            QCOMPARE(user.previewLabel->text(), u"-theirs"_s);
+        }
+        QCOMPARE(user.apply(), QStringList{questionBox(restartQuestion)});
+        QVERIFY(machine.readLocalConfig().contains("\"-theirs\""));
+    }
+
+    void duringAnApplyNoButtonStartsAnythingElse_data()
+    {
+        QTest::addColumn<bool>("inAQuestion");
+        QTest::newRow("while a question is open") << true;
+        QTest::newRow("while the file is written") << false;
+    }
+    void duringAnApplyNoButtonStartsAnythingElse()
+    {
+        QFETCH(const bool, inAQuestion);
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s}});
+        // As assistive tools press: without the pointer, which a dialog would stop.
+        int presses = 0;
+        QTimer tool;
+        connect(&tool, &QTimer::timeout, &user.window, [&] {
+            if (bool(QApplication::activeModalWidget()) != inAQuestion ||
+                machine.backups().isEmpty())
+                return;
+            ++presses;
+            for (QPushButton *button : {user.refreshButton, user.applyButton, user.advancedButton})
+                button->click();
+            user.window.close();
+        });
+        tool.start(0);
+        const QStringList boxes = user.apply();
+        tool.stop();
+        QVERIFY(presses > 0);
+        QCOMPARE(boxes, QStringList{questionBox(restartQuestion)});
+        QCOMPARE(user.gameList->count(), 1);
+        QCOMPARE(machine.backups().size(), 1);
+        QVERIFY(user.window.isVisible());
+        user.click(user.refreshButton);
+        QCOMPARE(user.gameList->count(), 2);
+    }
+
+    void behindTheAdvancedDialogNoButtonStartsAnything()
+    {
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s}});
+        WindowUser user;
+        user.toggle(u"Alpha"_s);
+        const QByteArray before = machine.readLocalConfig();
+        machine.removeGame(u"100"_s);
+        machine.addGame(u"200"_s, u"Beta"_s);
+        const MessageBoxAnswers boxes;
+        const DialogVisit<QDialog> dialog([&](QDialog *advanced) {
+            advanced->findChild<QCheckBox *>(u"overlayCheck"_s)->click();
+            user.refreshButton->click();
+            user.applyButton->click();
+            user.advancedButton->click();
+            QVERIFY(user.item(u"Alpha"_s));
+            advanced->accept();
+        });
+        user.click(user.advancedButton);
+        QVERIFY(dialog.hasCome());
+        QCOMPARE(boxes.shown(), QStringList());
+        QCOMPARE(machine.readLocalConfig(), before);
+        QVERIFY(user.previewLabel->text().contains(u"GAMESCOPE_FRAMEGEN_DEBUG=1"_s));
     }
 };
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "modaldialogs.h"
 #include "windowuser.h"
 
 #include "support/filesizelimit.h"
@@ -14,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-const auto onePending = u"1 game(s) with pending changes. Steam must close briefly to apply."_s;
+const auto onePending = pendingStatus(1);
 
 QByteArray block(const QByteArray &appid, const QByteArray &content)
 {
@@ -42,7 +41,7 @@ class TestMainWindowApplyFailures : public QObject
 private Q_SLOTS:
     void cleanup() { QVERIFY(!QGuiApplication::overrideCursor()); }
 
-    void twoFailuresAreTwoLinesInStagingOrder()
+    void everyFailureIsALineInTheOrderOfTheList()
     {
         const PlayersMachine machine;
         machine.addGame(u"300"_s, u"Alpha"_s);
@@ -55,11 +54,8 @@ private Q_SLOTS:
         WindowUser user;
         for (const auto &name : {u"Alpha"_s, u"Beta"_s, u"Gamma"_s})
             user.toggle(name);
-        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
-        user.click(user.applyButton);
-
         QCOMPARE(
-            boxes.shown(),
+            user.apply({QMessageBox::Ok, QMessageBox::No}),
             (QStringList{
                 warningBox(
                     u"Some changes failed:\n300: post-edit verification failed for 300\n100: cannot determine indentation for 100"_s),
@@ -70,8 +66,7 @@ private Q_SLOTS:
                                               defaultOptions.toUtf8() + "\"\n") +
                              block("300", "\t\t\t\"LaunchOptions\"\t\t\"-y \\\"z\"\n")));
         QCOMPARE(machine.backups().size(), 1);
-        QCOMPARE(user.statusLabel->text(),
-                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(2));
         // Everything is stored whatever the outcome, but no part of what cannot be replaced.
         const QMap<QString, QString> stored = machine.storedValues();
         for (const auto &appid : {u"100"_s, u"200"_s, u"300"_s, u"400"_s})
@@ -81,7 +76,7 @@ private Q_SLOTS:
         QVERIFY(!stored.contains(u"original/100"_s));
     }
 
-    void aGameInTwoLibrariesFailsTwice()
+    void aFailedGameInTwoLibrariesHasTwoLines()
     {
         PlayersMachine machine;
         const QString second = machine.addLibrary(u"Games"_s);
@@ -90,22 +85,18 @@ private Q_SLOTS:
         machine.writeLocalConfig(localConfig(crlfBlock("100")));
         WindowUser user;
         user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Ok, QMessageBox::No});
-        user.click(user.applyButton);
         QCOMPARE(
-            boxes.shown(),
+            user.apply({QMessageBox::Ok, QMessageBox::No}),
             (QStringList{
                 warningBox(
                     u"Some changes failed:\n100: cannot determine indentation for 100\n100: cannot determine indentation for 100"_s),
                 questionBox(restartQuestion)}));
-        QCOMPARE(user.statusLabel->text(),
-                 u"2 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(2));
     }
 
-    void afterAFailedBackupSteamStaysClosedAndNoRestartIsOffered()
+    void withoutABackupNothingIsChangedAndNoRestartOffered()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s}});
         machine.startStubbornSteamClient();
         WindowUser user;
         user.toggle(u"Alpha"_s);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "modaldialogs.h"
 #include "windowuser.h"
 
 #include <QProgressDialog>
@@ -14,39 +13,34 @@ class TestMainWindowApplySteam : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void noToClosingSteamWritesNothing_data()
+    void ifSteamIsNotToBeClosedNothingIsWritten_data()
     {
         QTest::addColumn<QMessageBox::StandardButton>("answer");
         QTest::newRow("No") << QMessageBox::No;
         QTest::newRow("Esc") << QMessageBox::NoButton;
     }
-    void noToClosingSteamWritesNothing()
+    void ifSteamIsNotToBeClosedNothingIsWritten()
     {
         QFETCH(const QMessageBox::StandardButton, answer);
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, u"-first"_s}});
         machine.startSteamClient();
         const QByteArray before = machine.readLocalConfig();
         WindowUser user;
         user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({answer});
-        user.click(user.applyButton);
-        QCOMPARE(boxes.shown(), QStringList{questionBox(closeQuestion)});
+        QCOMPARE(user.apply({answer}), QStringList{questionBox(closeQuestion)});
         QCOMPARE(machine.readLocalConfig(), before);
         QCOMPARE(machine.backups(), QStringList());
         QCOMPARE(machine.storedValues(), (QMap<QString, QString>()));
         QCOMPARE(machine.steamCalls(), QStringList());
         QVERIFY(machine.isSteamClientRunning());
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(1));
         QVERIFY(user.applyButton->isEnabled());
         QVERIFY(!QGuiApplication::overrideCursor());
     }
 
-    void whatSteamWritesAsItExitsSurvives()
+    void linesThatSteamWritesAsItExitsStay()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s}});
         machine.startSteamClient();
         const QByteArray before = machine.readLocalConfig();
         const QByteArray atExit =
@@ -54,9 +48,7 @@ private Q_SLOTS:
                                        "\"UserLocalConfigStore\"\n{\n\t\"ExitCount\"\t\t\"1\"\n");
         WindowUser user;
         user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::No});
-        user.click(user.applyButton);
-        QCOMPARE(boxes.shown(),
+        QCOMPARE(user.apply({QMessageBox::Yes, QMessageBox::No}),
                  (QStringList{questionBox(closeQuestion), questionBox(restartQuestion)}));
         QCOMPARE(machine.readLocalConfig(),
                  QByteArray(atExit).replace("-first", defaultOptions.toUtf8()));
@@ -67,50 +59,22 @@ private Q_SLOTS:
         QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
         QVERIFY(!machine.isSteamClientRunning());
         QCOMPARE(machine.storedValues().value(u"original/100"_s), u"-first"_s);
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(0));
         QVERIFY(!QGuiApplication::overrideCursor());
     }
 
     void yesToTheRestartStartsSteamAgain()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s}});
         machine.startSteamClient();
         WindowUser user;
         user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::Yes});
-        user.click(user.applyButton);
+        user.apply({QMessageBox::Yes, QMessageBox::Yes});
         QTRY_COMPARE(machine.steamCalls(), (QStringList{u"-shutdown"_s, QString()}));
         QTRY_VERIFY(machine.isSteamClientRunning());
     }
 
-    void busyDialogTellsWhatIsAwaited()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}});
-        machine.startStubbornSteamClient();
-        WindowUser user;
-        user.toggle(u"Alpha"_s);
-        const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::No});
-        QString label;
-        const DialogVisit<QProgressDialog> visit(
-            [&](QProgressDialog *busy) {
-                label = busy->labelText();
-                QCOMPARE(busy->minimum(), 0);
-                QCOMPARE(busy->maximum(), 0);
-                QCOMPARE(busy->windowModality(), Qt::WindowModal);
-                QCOMPARE(busy->parentWidget(), &user.window);
-                QVERIFY(busy->findChildren<QPushButton *>().isEmpty());
-                QVERIFY(!QGuiApplication::overrideCursor());
-                machine.killSteamClient();
-            },
-            [&machine] { return machine.steamCalls().contains(u"-shutdown"_s); });
-        user.click(user.applyButton);
-        QCOMPARE(label, u"Waiting for Steam to close\u2026"_s);
-        QVERIFY(!QApplication::activeModalWidget());
-    }
-
-    void nothingGetsTheUserOutOfTheWait_data()
+    void nothingEndsOrDisturbsTheWaitForSteam_data()
     {
         using Attempt = std::function<void(WindowUser &, QProgressDialog *)>;
         QTest::addColumn<Attempt>("attempt");
@@ -144,12 +108,11 @@ private Q_SLOTS:
                               list->mapTo(&user.window, QPoint(10, row.center().y())));
         });
     }
-    void nothingGetsTheUserOutOfTheWait()
+    void nothingEndsOrDisturbsTheWaitForSteam()
     {
         using Attempt = std::function<void(WindowUser &, QProgressDialog *)>;
         QFETCH(const Attempt, attempt);
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, u"-first"_s}, {u"200"_s, u"Beta"_s}});
         machine.startStubbornSteamClient();
         WindowUser user;
         user.toggle(u"Alpha"_s);
@@ -178,10 +141,9 @@ private Q_SLOTS:
         QVERIFY(user.window.close());
     }
 
-    void changesAndFileAreThoseOfBeforeTheWait()
+    void aDialogShowsTheWaitAndApplyTakesTheGamesFromBeforeIt()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, u"-first"_s}});
         machine.startStubbornSteamClient();
         const QString otherAccount =
             machine.steamRoot() + "/userdata/70002/config/localconfig.vdf"_L1;
@@ -190,7 +152,14 @@ private Q_SLOTS:
         const MessageBoxAnswers boxes({QMessageBox::Yes, QMessageBox::No});
         const QByteArray untouched = "\"S\"\n{\n\t\"apps\"\n\t{\n\t}\n}\n";
         const DialogVisit<QProgressDialog> visit(
-            [&](QProgressDialog *) {
+            [&](QProgressDialog *busy) {
+                QCOMPARE(busy->labelText(), u"Waiting for Steam to close\u2026"_s);
+                QCOMPARE(busy->minimum(), 0);
+                QCOMPARE(busy->maximum(), 0);
+                QCOMPARE(busy->windowModality(), Qt::WindowModal);
+                QCOMPARE(busy->parentWidget(), &user.window);
+                QVERIFY(busy->findChildren<QPushButton *>().isEmpty());
+                QVERIFY(!QGuiApplication::overrideCursor());
                 machine.removeGame(u"100"_s);
                 machine.write(otherAccount, untouched); // the newest from now on
                 machine.killSteamClient();

@@ -1,22 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Where the keyboard focus is at the start, and after the window's parts were rebuilt.
-#include "modaldialogs.h"
+// Where the keyboard focus is, and what the wheel does without it.
 #include "windowuser.h"
 
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-
-namespace
-{
-
-/// What a game with default settings gets where a second GPU renders.
-const QString twoGpuOptions =
-    QString(defaultOptions)
-        .replace("%command%"_L1, "env MESA_VK_DEVICE_SELECT=pci-0000_01_00_0 "
-                                 "DRI_PRIME=10de:2684 %command%"_L1);
-
-} // namespace
 
 class TestMainWindowFocus : public QObject
 {
@@ -35,47 +23,38 @@ private Q_SLOTS:
         const PlayersMachine machine;
         machine.addSecondGpu();
         if (hasGames)
-            machine.installGames({{u"100"_s, u"Alpha"_s, twoGpuOptions}});
+            machine.installGames({{u"100"_s, u"Alpha"_s, secondGpuOptions}});
         const WindowUser user;
         QCOMPARE(QApplication::focusWidget(), user.gameList);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up);
         QCOMPARE(user.renderGpuCombo->currentIndex(), 1);
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(0));
     }
 
     void theFocusIsInTheListAfterApply_data()
     {
         using Buttons = QList<QMessageBox::StandardButton>;
         QTest::addColumn<bool>("steamRuns");
-        QTest::addColumn<bool>("byKeyboard");
         QTest::addColumn<Buttons>("answers");
         const auto yes = QMessageBox::Yes;
         const auto no = QMessageBox::No;
-        QTest::newRow("clicked") << false << false << Buttons{no};
-        QTest::newRow("by the keyboard") << false << true << Buttons{no};
-        QTest::newRow("Steam is closed") << true << true << Buttons{yes, no};
-        QTest::newRow("Steam is not to be closed") << true << false << Buttons{no};
+        QTest::newRow("Steam does not run") << false << Buttons{no};
+        QTest::newRow("Steam is closed") << true << Buttons{yes, no};
+        QTest::newRow("Steam is not to be closed") << true << Buttons{no};
     }
     void theFocusIsInTheListAfterApply()
     {
         QFETCH(const bool, steamRuns);
-        QFETCH(const bool, byKeyboard);
         QFETCH(const QList<QMessageBox::StandardButton>, answers);
-        const PlayersMachine machine;
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, secondGpuOptions}});
         machine.addSecondGpu();
-        machine.addSteamCommand();
-        machine.installGames({{u"100"_s, u"Alpha"_s, twoGpuOptions}});
         if (steamRuns)
             machine.startSteamClient();
         WindowUser user;
         user.click(user.framegenCheck);
         const MessageBoxAnswers boxes(answers);
-        if (byKeyboard) {
-            user.applyButton->setFocus();
-            QTest::keyClick(user.applyButton, Qt::Key_Space);
-        } else {
-            user.click(user.applyButton);
-        }
+        user.applyButton->setFocus();
+        QTest::keyClick(user.applyButton, Qt::Key_Space);
         QCOMPARE(boxes.shown().size(), answers.size());
         user.window.activateWindow(); // as a window manager does after a dialog
         QVERIFY(QTest::qWaitForWindowActive(&user.window));
@@ -98,10 +77,8 @@ private Q_SLOTS:
     void refreshKeepsTheFocus()
     {
         QFETCH(QString, control);
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
-        QVERIFY(QTest::qWaitForWindowActive(&user.window));
         auto *widget = user.window.findChild<QWidget *>(control);
         widget->setFocus();
         QTest::keyClick(&user.window, Qt::Key_R, Qt::AltModifier);
@@ -109,18 +86,49 @@ private Q_SLOTS:
         QCOMPARE(QApplication::focusWidget(), widget);
     }
 
-    void focusGoesToTheListWhenItsControlIsDisabled()
+    void theFocusGoesToTheListWhenItsControlTurnsGrey()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        const PlayersMachine machine(
+            {{u"100"_s, u"Alpha"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
         WindowUser user;
-        QVERIFY(QTest::qWaitForWindowActive(&user.window));
         user.select(u"Beta"_s);
         user.framegenCheck->setFocus();
         machine.removeGame(u"200"_s); // Alpha, which is not enabled, is selected then
         QTest::keyClick(&user.window, Qt::Key_R, Qt::AltModifier);
         QTRY_COMPARE(user.gameList->count(), 1);
         QCOMPARE(QApplication::focusWidget(), user.gameList);
+    }
+
+    void theWheelChangesNoBoxThatThePointerOnlyPasses_data()
+    {
+        QTest::addColumn<QString>("box");
+        for (const char *box :
+             {"renderGpuCombo", "renderResCombo", "outputResCombo", "methodCombo", "holdbackCombo"})
+            QTest::newRow(box) << QString::fromLatin1(box);
+    }
+    void theWheelChangesNoBoxThatThePointerOnlyPasses()
+    {
+        QFETCH(const QString, box);
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        machine.installLosslessScaling();
+        machine.addSecondGpu();
+        WindowUser user;
+        auto *combo = user.window.findChild<QComboBox *>(box);
+        if (combo == user.renderGpuCombo) // a notch leads on from the first
+            user.choose(combo, 0);
+        user.gameList->setFocus();
+        const QString shown = combo->currentText();
+        const QString preview = user.previewLabel->text();
+        const QString status = user.statusLabel->text();
+        turnWheelOver(combo);
+        QCOMPARE(combo->currentText(), shown);
+        QCOMPARE(user.previewLabel->text(), preview);
+        QCOMPARE(user.statusLabel->text(), status);
+        QCOMPARE(QApplication::focusWidget(), user.gameList);
+
+        combo->setFocus();
+        turnWheelOver(combo);
+        QVERIFY(combo->currentText() != shown); // else nothing is shown here
     }
 };
 

@@ -11,7 +11,7 @@ class TestMainWindowPending : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void desiredLaunchOptions_data()
+    void theWindowPreviewsWhatSteamShouldHold_data()
     {
         QTest::addColumn<QString>("current");
         QTest::addColumn<QString>("original"); // kept in the store
@@ -24,31 +24,31 @@ private Q_SLOTS:
         const QString markerless =
             u"GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 gamescope -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -- %command%"_s;
 
-        QTest::newRow("disabled, nothing set") << QString() << QString() << false << QString() << 0;
-        QTest::newRow("disabled, the user's own options stay")
+        QTest::newRow("not ticked, no options")
+            << QString() << QString() << false << QString() << 0;
+        QTest::newRow("not ticked, the player's options stay")
             << own << QString() << false << own << 0;
-        QTest::newRow("disabled, the kept original is still there")
-            << own << own << false << own << 0;
-        QTest::newRow("disabled, the kept original comes back")
+        QTest::newRow("not ticked, its first options are there") << own << own << false << own << 0;
+        QTest::newRow("not ticked, its first options come back")
             << u"-windowed"_s << own << false << own << 1;
-        QTest::newRow("ticked, nothing set")
+        QTest::newRow("ticked, no options before")
             << QString() << QString() << true << defaultOptions << 1;
-        QTest::newRow("ticked, the user's own options are replaced")
+        QTest::newRow("ticked, the player's options are replaced")
             << own << QString() << true << defaultOptions << 1;
-        QTest::newRow("enabled and as it should be")
+        QTest::newRow("set up as it should be")
             << defaultOptions << QString() << false << defaultOptions << 0;
-        QTest::newRow("enabled, written differently before")
+        QTest::newRow("set up, but written differently before")
             << older << QString() << false << defaultOptions << 1;
-        QTest::newRow("enabled, letter case differs")
+        QTest::newRow("set up, but in other letter case")
             << otherCase << QString() << false << defaultOptions << 1;
-        QTest::newRow("enabled, written by an earlier version")
+        QTest::newRow("set up by an earlier version")
             << markerless << QString() << false << defaultOptions << 1;
-        QTest::newRow("unticked, the kept original comes back")
+        QTest::newRow("unticked, its first options come back")
             << defaultOptions << own << true << own << 1;
-        QTest::newRow("unticked without an original, the options are removed")
+        QTest::newRow("unticked without first options, the options go")
             << defaultOptions << QString() << true << QString() << 1;
     }
-    void desiredLaunchOptions()
+    void theWindowPreviewsWhatSteamShouldHold()
     {
         QFETCH(const QString, current);
         QFETCH(const QString, original);
@@ -57,7 +57,7 @@ private Q_SLOTS:
         QFETCH(const int, pending);
         const PlayersMachine machine;
         if (!original.isEmpty())
-            machine.storeValues({{u"original/100"_s, original}});
+            machine.write(machine.storePath(), "[original]\n100=" + original.toUtf8() + '\n');
         machine.installGames({{u"100"_s, u"Alpha"_s, current}});
         WindowUser user;
         if (toggled)
@@ -65,13 +65,10 @@ private Q_SLOTS:
         QCOMPARE(user.previewLabel->text(), desired);
         QCOMPARE(user.window.desiredLaunchOptions({u"100"_s, u"Alpha"_s, {}, current}), desired);
         QCOMPARE(user.applyButton->isEnabled(), pending == 1);
-        QCOMPARE(user.statusLabel->text(),
-                 pending == 1
-                     ? u"1 game(s) with pending changes. Steam must close briefly to apply."_s
-                     : u"No pending changes."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(pending));
     }
 
-    void withoutAGpuNothingIsEverPending()
+    void withoutAGpuNothingCanBeApplied()
     {
         support::PretendMachine machine;
         machine.installSteam();
@@ -80,18 +77,20 @@ private Q_SLOTS:
             "\"S\"\n{\n\t\"apps\"\n\t{\n\t\t\"100\"\n\t\t{\n\t\t\t\"LaunchOptions\"\t\t\"" +
             defaultOptions.toUtf8() + "\"\n\t\t}\n\t}\n}\n");
         WindowUser user;
+        QCOMPARE(user.gpuLabel->text(),
+                 u"<b>No GPU detected.</b> Marrowpulse needs /sys/class/drm access."_s);
+        QCOMPARE(user.renderGpuCombo->count(), 0);
         QVERIFY(user.isTicked(u"Alpha"_s));
         user.click(user.upscalingCheck);
         user.toggle(u"Alpha"_s);
         QCOMPARE(user.previewLabel->text(), defaultOptions);
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(0));
         QVERIFY(!user.applyButton->isEnabled());
     }
 
-    void enablingAndDisablingLeavesTheSettingsAlone()
+    void untickingAGameKeepsItsSettings()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s}});
         WindowUser user;
         user.toggle(u"Alpha"_s);
         user.choose(user.renderResCombo, 5);
@@ -104,47 +103,32 @@ private Q_SLOTS:
         QCOMPARE(user.previewLabel->text(), edited);
     }
 
-    void anEditTakenBackIsNoChange()
+    void anotherRenderingGpuChangesTickedGamesOnly()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
-        WindowUser user;
-        user.click(user.framegenCheck);
-        user.click(user.framegenCheck);
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
-    }
-
-    void anotherRenderingGpuMakesEnabledGamesPendingWithoutTouchingRecords()
-    {
-        const PlayersMachine machine;
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, secondGpuOptions},
+                                      {u"200"_s, u"Beta"_s, defaultOptions},
+                                      {u"300"_s, u"Gamma"_s, u"-windowed"_s}});
         machine.addSecondGpu();
-        const auto onSecond =
-            u"MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf -w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- env MESA_VK_DEVICE_SELECT=pci-0000_01_00_0 DRI_PRIME=10de:2684 %command%"_s;
-        machine.installGames({{u"100"_s, u"Alpha"_s, onSecond},
-                              {u"200"_s, u"Beta"_s, defaultOptions},
-                              {u"300"_s, u"Gamma"_s, u"-windowed"_s}});
         WindowUser user;
+        const auto previews = [&user] {
+            QStringList texts;
+            for (int row = 2; row >= 0; --row) {
+                user.selectRow(row);
+                texts.prepend(user.previewLabel->text());
+            }
+            return texts;
+        };
         // The second GPU is selected at start, so only Beta differs.
-        QCOMPARE(user.previewLabel->text(), onSecond);
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QCOMPARE(previews(), (QStringList{secondGpuOptions, secondGpuOptions, u"-windowed"_s}));
+        QCOMPARE(user.statusLabel->text(), pendingStatus(1));
         user.choose(user.renderGpuCombo, 0);
-        QCOMPARE(user.previewLabel->text(), defaultOptions);
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
-        user.select(u"Beta"_s);
-        QCOMPARE(user.previewLabel->text(), defaultOptions);
-        user.select(u"Gamma"_s);
-        QCOMPARE(user.previewLabel->text(), u"-windowed"_s);
-        user.select(u"Alpha"_s);
-        QCOMPARE(user.previewLabel->text(), defaultOptions);
+        QCOMPARE(user.previewLabel->text(), defaultOptions); // at once
+        QCOMPARE(previews(), (QStringList{defaultOptions, defaultOptions, u"-windowed"_s}));
+        QCOMPARE(user.statusLabel->text(), pendingStatus(1));
         QCOMPARE(user.renderResCombo->currentText(), u"1280x720"_s);
-        user.choose(user.renderGpuCombo, 1);
-        user.select(u"Beta"_s);
-        QCOMPARE(user.previewLabel->text(), onSecond);
     }
 
-    void twoCardsOfOneModelAreTwoGpus()
+    void theSecondOfTwoEqualCardsRenders()
     {
         const PlayersMachine machine;
         machine.addGpu({.card = u"card1"_s, .address = u"0000:0a:00.0"_s});

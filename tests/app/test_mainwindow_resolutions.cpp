@@ -49,7 +49,7 @@ class TestMainWindowResolutions : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void typedSizesCountWhenTheyAreValid_data()
+    void aTypedSizeCountsIfItIsAllowedAndIsRedOtherwise_data()
     {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("options");
@@ -87,13 +87,12 @@ private Q_SLOTS:
         refused("negative", u"-1280x720"_s);
         refused("multiplication sign", u"1000\u00d7600"_s);
     }
-    void typedSizesCountWhenTheyAreValid()
+    void aTypedSizeCountsIfItIsAllowedAndIsRedOtherwise()
     {
         QFETCH(const QString, typed);
         QFETCH(const QString, options);
         QFETCH(const bool, isRefused);
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
         const QColor plain = textColour(user.renderResCombo);
         user.type(user.renderResCombo, typed);
@@ -102,7 +101,7 @@ private Q_SLOTS:
         QCOMPARE(textColour(user.renderResCombo) != plain, isRefused);
     }
 
-    void aSizeThatIsNotTakenIsRedUntilItIs_data()
+    void theRedOfARefusedSizeIsLegible_data()
     {
         QTest::addColumn<bool>("isDark");
         QTest::addColumn<QString>("box");
@@ -111,44 +110,32 @@ private Q_SLOTS:
             QTest::addRow("dark, %s", box) << true << QString::fromLatin1(box);
         }
     }
-    void aSizeThatIsNotTakenIsRedUntilItIs()
+    void theRedOfARefusedSizeIsLegible()
     {
         QFETCH(const bool, isDark);
         QFETCH(const QString, box);
-        const PlayersMachine machine;
-        machine.installGames(
-            {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
         auto *combo = user.window.findChild<QComboBox *>(box);
-        const auto colour = [&] { return textColour(combo); };
-        const auto isLegibleRed = [&] {
-            const QColor red = colour();
-            return red.red() > 2 * red.green() - 128 && red.redF() > red.blueF() &&
-                   contrast(red, combo->lineEdit()->palette().color(QPalette::Base)) >= 4.5;
-        };
         QPalette palette = user.window.palette();
         if (isDark) {
             palette.setColor(QPalette::Base, QColor(35, 35, 35));
             palette.setColor(QPalette::Text, Qt::white);
             user.window.setPalette(palette);
         }
-        const QColor plain = colour();
-        user.type(combo, u"300x20"_s);
-        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
+        const QColor plain = textColour(combo);
+        user.type(combo, u"2560x144"_s); // too low
+        const QColor red = textColour(combo);
+        QVERIFY2(red.red() > 2 * red.green() - 128 && red.redF() > red.blueF() &&
+                     contrast(red, combo->lineEdit()->palette().color(QPalette::Base)) >= 4.5,
+                 qPrintable(red.name()));
         QTest::keyClicks(combo->lineEdit(), u"0"_s);
-        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
-        user.type(combo, u"2560x"_s);
-        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
-        QTest::keyClicks(combo->lineEdit(), u"144"_s); // too low
-        QVERIFY2(isLegibleRed(), qPrintable(colour().name()));
-        QTest::keyClicks(combo->lineEdit(), u"0"_s);
-        QCOMPARE(colour(), plain);
+        QCOMPARE(textColour(combo), plain);
     }
 
-    void aSizeThatIsNotTakenIsToldInWords()
+    void aRefusedSizeIsExplainedInWords()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
         const auto told = [&user] {
             const QComboBox *box = user.renderResCombo;
@@ -168,12 +155,10 @@ private Q_SLOTS:
         QCOMPARE(told().first(), QString(reason).replace("1280x720"_L1, "1706x960"_L1));
     }
 
-    void aSizeThatIsTakenHasThePlainColour_data()
+    void theRedGoesWithTheRefusedSize_data()
     {
         using Step = std::function<void(WindowUser &)>;
         QTest::addColumn<Step>("step");
-        QTest::newRow("it is completed") << Step(
-            [](WindowUser &user) { QTest::keyClicks(user.renderResCombo->lineEdit(), u"1440"_s); });
         QTest::newRow("a key steps on")
             << Step([](WindowUser &user) { QTest::keyClick(user.renderResCombo, Qt::Key_Down); });
         QTest::newRow("an item is chosen")
@@ -181,25 +166,23 @@ private Q_SLOTS:
         QTest::newRow("another game is selected")
             << Step([](WindowUser &user) { user.select(u"Beta"_s); });
     }
-    void aSizeThatIsTakenHasThePlainColour()
+    void theRedGoesWithTheRefusedSize()
     {
         QFETCH(const std::function<void(WindowUser &)>, step);
-        const PlayersMachine machine;
-        machine.installGames(
+        const PlayersMachine machine(
             {{u"100"_s, u"Alpha"_s, defaultOptions}, {u"200"_s, u"Beta"_s, defaultOptions}});
         WindowUser user;
-        const auto colour = [&] { return textColour(user.renderResCombo); };
-        const QColor plain = colour();
+        const QColor plain = textColour(user.renderResCombo);
         user.type(user.renderResCombo, u"2560x"_s);
-        QVERIFY(colour() != plain);
+        QVERIFY(textColour(user.renderResCombo) != plain);
         step(user);
-        QCOMPARE(colour(), plain);
+        QCOMPARE(textColour(user.renderResCombo), plain);
     }
 
-    void aStoredSizeThatIsInForceIsNotRed()
+    void aStoredSizeOutsideTheLimitsIsNotRed()
     {
         const PlayersMachine machine;
-        machine.storeValues({{u"config/100/framegen"_s, u"true"_s}}); // no size: 0x0
+        machine.write(machine.storePath(), "[config]\n100\\framegen=true\n"); // no size: 0x0
         machine.installGames({{u"100"_s, u"Alpha"_s}});
         WindowUser user;
         user.toggle(u"Alpha"_s);
@@ -209,42 +192,30 @@ private Q_SLOTS:
                  user.holdbackCombo->palette().color(QPalette::Active, QPalette::Text));
     }
 
-    void theOutputSizeIsTypedAlike()
+    void anOutputSizeCountsOnceItIsComplete()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
         user.type(user.outputResCombo, u"2560x"_s);
         QCOMPARE(sizes(user), u"-w 1280 -h 720 -W 1920 -H 1080"_s);
-        QCOMPARE(user.statusLabel->text(), u"No pending changes."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(0));
         QTest::keyClicks(user.outputResCombo->lineEdit(), u"1440"_s);
         QCOMPARE(sizes(user), u"-w 1280 -h 720 -W 2560 -H 1440"_s);
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(1));
     }
 
-    void nothingIsCompleted()
+    void noSizeIsCompletedAndASteppedSizeCounts()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, defaultOptions}});
         WindowUser user;
         user.type(user.renderResCombo, u"2"_s);
         QCOMPARE(user.renderResCombo->currentText(), u"2"_s);
-        QCOMPARE(sizes(user), u"-w 1280 -h 720 -W 1920 -H 1080"_s);
         QTest::keyClick(user.renderResCombo, Qt::Key_Tab);
         QCOMPARE(user.renderResCombo->currentText(), u"2"_s);
         QCOMPARE(sizes(user), u"-w 1280 -h 720 -W 1920 -H 1080"_s);
-    }
-
-    /// As by any other choice; where it leads is the box's own affair.
-    void aSteppedSizeCounts()
-    {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, defaultOptions}});
-        WindowUser user;
         user.renderResCombo->setFocus();
         QTest::keyClick(user.renderResCombo, Qt::Key_Up);
-        QCOMPARE(sizes(user), u"-w 1600 -h 900 -W 1920 -H 1080"_s);
+        QCOMPARE(sizes(user), u"-w 854 -h 480 -W 1920 -H 1080"_s);
     }
 };
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "modaldialogs.h"
 #include "windowuser.h"
 
 #include <QElapsedTimer>
@@ -15,8 +14,7 @@ class TestSteamDidNotExit : public QObject
 private Q_SLOTS:
     void afterNinetySecondsApplyGivesUpWithNothingChanged()
     {
-        const PlayersMachine machine;
-        machine.installGames({{u"100"_s, u"Alpha"_s, u"-first"_s}});
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, u"-first"_s}});
         machine.startStubbornSteamClient();
         const QByteArray before = machine.readLocalConfig();
         WindowUser user;
@@ -37,8 +35,7 @@ private Q_SLOTS:
         QCOMPARE(machine.steamCalls(), QStringList{u"-shutdown"_s});
         QVERIFY(!QApplication::activeModalWidget());
         QVERIFY(!QGuiApplication::overrideCursor());
-        QCOMPARE(user.statusLabel->text(),
-                 u"1 game(s) with pending changes. Steam must close briefly to apply."_s);
+        QCOMPARE(user.statusLabel->text(), pendingStatus(1));
         QVERIFY(user.applyButton->isEnabled());
     }
 };

@@ -15,7 +15,7 @@
 
 using namespace Qt::StringLiterals;
 
-PlayersMachine::PlayersMachine()
+PlayersMachine::PlayersMachine(const QList<InstalledGame> &games)
 {
     writePciIds("1002  Advanced Micro Devices, Inc. [AMD/ATI]\n"
                 "\t73bf  Navi 21 [Radeon RX 6800]\n"
@@ -29,6 +29,8 @@ PlayersMachine::PlayersMachine()
               "DP-1 connected primary 1920x1080+0+0 527mm x 296mm\n"
               "   1920x1080     60.00*+  50.00\n");
     installSteam();
+    if (!games.isEmpty())
+        installGames(games);
 }
 
 void PlayersMachine::installGames(const QList<InstalledGame> &games) const
@@ -39,6 +41,17 @@ void PlayersMachine::installGames(const QList<InstalledGame> &games) const
         apps.append({game.appid, game.launchOptions});
     }
     writeLocalConfig(support::sampleLocalConfig(apps));
+}
+
+QString PlayersMachine::addPicture(const QString &appid, QSize size) const
+{
+    const QString path = steamRoot() + "/appcache/librarycache/"_L1 + appid + "_icon.jpg"_L1;
+    write(path, {});
+    QImage picture(size, QImage::Format_RGB32);
+    picture.fill(Qt::red);
+    if (!picture.save(path, "PNG"))
+        qFatal("no picture at %s", qPrintable(path));
+    return path;
 }
 
 void PlayersMachine::addSecondGpu() const
@@ -64,18 +77,6 @@ QMap<QString, QString> PlayersMachine::storedValues() const
     return values;
 }
 
-void PlayersMachine::storeValues(const QMap<QString, QString> &values) const
-{
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(u"new.conf"_s);
-    {
-        QSettings settings(path, QSettings::IniFormat);
-        for (auto it = values.cbegin(); it != values.cend(); ++it)
-            settings.setValue(it.key(), it.value());
-    }
-    write(storePath(), read(path));
-}
-
 bool PlayersMachine::isSteamClientRunning() const
 {
     const QString pid = QString::fromLatin1(read(home() + "/.steam/steam.pid"_L1).trimmed());
@@ -83,19 +84,15 @@ bool PlayersMachine::isSteamClientRunning() const
            QFileInfo("/proc/"_L1 + pid + "/exe"_L1).symLinkTarget().startsWith(steamRoot());
 }
 
+QString pendingStatus(int count)
+{
+    return count == 0
+               ? u"No pending changes."_s
+               : u"%1 game(s) with pending changes. Steam must close briefly to apply."_s.arg(
+                     count);
+}
+
 WindowUser::WindowUser()
-    : gpuLabel(find<QLabel>("gpuLabel")), renderGpuCombo(find<QComboBox>("renderGpuCombo")),
-      splitter(find<QSplitter>("splitter")), gameList(find<QListWidget>("gameList")),
-      settingsGroup(find<QGroupBox>("settingsGroup")),
-      upscalingCheck(find<QCheckBox>("upscalingCheck")),
-      renderResCombo(find<QComboBox>("renderResCombo")),
-      outputResCombo(find<QComboBox>("outputResCombo")),
-      framegenCheck(find<QCheckBox>("framegenCheck")), methodCombo(find<QComboBox>("methodCombo")),
-      holdbackCombo(find<QComboBox>("holdbackCombo")),
-      frameCapCheck(find<QCheckBox>("frameCapCheck")),
-      advancedButton(find<QPushButton>("advancedButton")),
-      previewLabel(find<QLabel>("previewLabel")), refreshButton(find<QPushButton>("refreshButton")),
-      applyButton(find<QPushButton>("applyButton")), statusLabel(find<QLabel>("statusLabel"))
 {
     window.show();
     window.activateWindow();
@@ -163,6 +160,18 @@ void WindowUser::type(QComboBox *combo, const QString &text)
     QTest::keyClicks(combo->lineEdit(), text);
 }
 
+QStringList WindowUser::apply(const QList<QMessageBox::StandardButton> &answers) const
+{
+    const MessageBoxAnswers boxes(answers);
+    click(applyButton);
+    return boxes.shown();
+}
+
+QImage WindowUser::pictureOfRow(int row) const
+{
+    return gameList->viewport()->grab(rowInView(row)).toImage();
+}
+
 void turnWheelOver(QWidget *widget)
 {
     const QPoint place = widget->rect().center();
@@ -174,13 +183,14 @@ void turnWheelOver(QWidget *widget)
     qApp->notify(receiver, &event);
 }
 
-QMap<QString, int> leftEdgesOfBoxes(const QWidget &window)
+QRect differenceOf(const QImage &picture, const QImage &other)
 {
-    QMap<QString, int> edges;
-    for (const QLabel *label : window.findChildren<QLabel *>()) {
-        if (label->buddy())
-            edges.insert(label->buddy()->objectName(),
-                         label->buddy()->mapTo(&window, QPoint()).x());
+    QRect difference;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixel(x, y) != other.pixel(x, y))
+                difference |= QRect(x, y, 1, 1);
+        }
     }
-    return edges;
+    return difference;
 }

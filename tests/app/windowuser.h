@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/mainwindow.h"
+#include "modaldialogs.h"
 #include "support/pretendmachine.h"
 
 #include <QCheckBox>
@@ -22,22 +23,21 @@ struct InstalledGame {
     std::optional<QString> launchOptions{}; ///< none: its block has no such line
 };
 
-/// The machine that most tests start from: one AMD GPU that drives a display of 60 Hz, and Steam
-/// without games.
+/// The machine that most tests start from: one AMD GPU that drives a display of 60 Hz, and Steam.
 class PlayersMachine : public support::PretendMachine
 {
 public:
-    PlayersMachine();
+    explicit PlayersMachine(const QList<InstalledGame> &games = {});
     /// Writes the manifests and a localconfig.vdf with a block for each game.
     void installGames(const QList<InstalledGame> &games) const;
+    /// Gives the game a red picture. Returns its path.
+    QString addPicture(const QString &appid, QSize size) const;
     /// A second GPU, without a display.
     void addSecondGpu() const;
     /// Every key of the settings store's file with its value as text.
     QMap<QString, QString> storedValues() const;
     /// Whether the process that the pid file names is the pretend client.
     bool isSteamClientRunning() const;
-    /// Writes the store's file: keys such as "config/100/framegen".
-    void storeValues(const QMap<QString, QString> &values) const;
 };
 
 /// What a game with default settings gets on the player's machine.
@@ -45,6 +45,16 @@ inline const QString defaultOptions = QStringLiteral(
     "MARROWPULSE=1 GAMESCOPE_FRAMEGEN=auto GAMESCOPE_FRAMEGEN_HOLDBACK=1 "
     "MARROWPULSE_FG_RENDER_RES=1 marrowpulse-gamescope --backend sdl --prefer-vk-device 1002:73bf "
     "-w 1280 -h 720 -W 1920 -H 1080 -F fsr -r 45 -f --force-windows-fullscreen -g -- %command%");
+
+/// The same where the second GPU renders.
+inline const QString secondGpuOptions =
+    QString(defaultOptions)
+        .replace(QStringLiteral("%command%"),
+                 QStringLiteral(
+                     "env MESA_VK_DEVICE_SELECT=pci-0000_01_00_0 DRI_PRIME=10de:2684 %command%"));
+
+/// What the status line says if so many games are pending.
+QString pendingStatus(int count);
 
 /// The main window and a person in front of it. The widgets are found by their object names.
 class WindowUser
@@ -68,25 +78,30 @@ public:
     static void choose(QComboBox *combo, int row);
     /// Replaces the text of an editable combo box, key by key.
     static void type(QComboBox *combo, const QString &text);
+    /// Clicks on Apply and gives one answer to each message box. Returns the boxes that came.
+    QStringList apply(const QList<QMessageBox::StandardButton> &answers = {QMessageBox::No}) const;
+
+    /// The row as it is painted.
+    QImage pictureOfRow(int row) const;
 
     MainWindow window;
-    QLabel *const gpuLabel;
-    QComboBox *const renderGpuCombo;
-    QSplitter *const splitter;
-    QListWidget *const gameList;
-    QGroupBox *const settingsGroup;
-    QCheckBox *const upscalingCheck;
-    QComboBox *const renderResCombo;
-    QComboBox *const outputResCombo;
-    QCheckBox *const framegenCheck;
-    QComboBox *const methodCombo;
-    QComboBox *const holdbackCombo;
-    QCheckBox *const frameCapCheck;
-    QPushButton *const advancedButton;
-    QLabel *const previewLabel;
-    QPushButton *const refreshButton;
-    QPushButton *const applyButton;
-    QLabel *const statusLabel;
+    QLabel *const gpuLabel = find<QLabel>("gpuLabel");
+    QComboBox *const renderGpuCombo = find<QComboBox>("renderGpuCombo");
+    QSplitter *const splitter = find<QSplitter>("splitter");
+    QListWidget *const gameList = find<QListWidget>("gameList");
+    QGroupBox *const settingsGroup = find<QGroupBox>("settingsGroup");
+    QCheckBox *const upscalingCheck = find<QCheckBox>("upscalingCheck");
+    QComboBox *const renderResCombo = find<QComboBox>("renderResCombo");
+    QComboBox *const outputResCombo = find<QComboBox>("outputResCombo");
+    QCheckBox *const framegenCheck = find<QCheckBox>("framegenCheck");
+    QComboBox *const methodCombo = find<QComboBox>("methodCombo");
+    QComboBox *const holdbackCombo = find<QComboBox>("holdbackCombo");
+    QCheckBox *const frameCapCheck = find<QCheckBox>("frameCapCheck");
+    QPushButton *const advancedButton = find<QPushButton>("advancedButton");
+    QLabel *const previewLabel = find<QLabel>("previewLabel");
+    QPushButton *const refreshButton = find<QPushButton>("refreshButton");
+    QPushButton *const applyButton = find<QPushButton>("applyButton");
+    QLabel *const statusLabel = find<QLabel>("statusLabel");
 
 private:
     /// Where the row stands in the list once it is in view.
@@ -104,5 +119,5 @@ private:
 /// Turns the wheel over the middle of a widget as a mouse does: one notch, towards the user.
 void turnWheelOver(QWidget *widget);
 
-/// Where the box of each label starts, from the left of the window.
-QMap<QString, int> leftEdgesOfBoxes(const QWidget &window);
+/// The part of a picture that differs from another one of the same size.
+QRect differenceOf(const QImage &picture, const QImage &other);
