@@ -62,11 +62,10 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(storeFile->path()));
     }
 
-    void ownOptionsAreKeptBeforeTheyAreReplaced()
+    void ownOptionsAreSavedBeforeTheyAreReplaced()
     {
-        QSettings store(storePath(), QSettings::NativeFormat);
         const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, program}, {u"20"_s, program}}, store, records);
+            apply({{u"10"_s, program}, {u"20"_s, program}, {u"10"_s, program}}); // two libraries
         QCOMPARE(applied.failures, Texts());
         QCOMPARE(applied.launchOptions, (Texts{{u"10"_s, program}, {u"20"_s, program}}));
         QCOMPARE(file->read(), twoGames(program.toUtf8(), program.toUtf8()));
@@ -76,27 +75,18 @@ private Q_SLOTS:
         QVERIFY(storedBytes().contains("\n20\\upscaling=true\n"));
     }
 
-    void ownOptionsAreKeptOnce()
+    void onlyTheFirstOptionsAreSavedAndNeverTheProgramsOwn()
     {
+        file->write(twoGames("-second", program.toUtf8()));
         writeStore("[original]\n10=-first\n");
-        QSettings store(storePath(), QSettings::NativeFormat);
-        QCOMPARE(applyChanges(file->path(), {{u"10"_s, program}}, store, records).failures,
-                 Texts());
-        QCOMPARE(kept(u"10"_s), u"-first"_s);
-        QCOMPARE(file->read(), twoGames(program.toUtf8(), ""));
-    }
-
-    void theProgramsOwnOptionsAreNotKept()
-    {
-        file->write(twoGames(program.toUtf8(), ""));
-        QSettings store(storePath(), QSettings::NativeFormat);
         const QString other = "MARROWPULSE=1 X=1 "_L1 + program;
-        QCOMPARE(applyChanges(file->path(), {{u"10"_s, other}}, store, records).failures, Texts());
-        QCOMPARE(file->read(), twoGames(other.toUtf8(), ""));
-        QVERIFY(!storedBytes().contains("[original]"));
+        QCOMPARE(apply({{u"10"_s, program}, {u"20"_s, other}}).failures, Texts());
+        QCOMPARE(file->read(), twoGames(program.toUtf8(), other.toUtf8()));
+        QCOMPARE(kept(u"10"_s), u"-first"_s);
+        QCOMPARE(kept(u"20"_s), QString());
     }
 
-    void whatIsRefusedIsNotKept_data()
+    void anEditThatIsRefusedChangesAndSavesNothing_data()
     {
         const QString failed = u"post-edit verification failed for 10"_s;
         QTest::addColumn<QByteArray>("own");
@@ -107,15 +97,13 @@ private Q_SLOTS:
         QTest::newRow("a lone brace") << QByteArray("say :} %command%") << failed;
         QTest::newRow("no UTF-8") << QByteArray("-name J\xf6rg") << failed;
     }
-    void whatIsRefusedIsNotKept()
+    void anEditThatIsRefusedChangesAndSavesNothing()
     {
         QFETCH(const QByteArray, own);
         QFETCH(const QString, message);
         const QByteArray before = localConfig(gameBlock("20", "-mine") + gameBlock("10", own));
         file->write(before);
-        QSettings store(storePath(), QSettings::NativeFormat);
-        const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, program}}, store, records);
+        const AppliedChanges applied = apply({{u"10"_s, program}});
         QCOMPARE(applied.failures, (Texts{{u"10"_s, message}}));
         QCOMPARE(applied.launchOptions, Texts());
         QCOMPARE(file->read(), before);
@@ -123,53 +111,47 @@ private Q_SLOTS:
         QVERIFY(!storedBytes().contains("[original]"));
     }
 
-    void anUntickedGameGetsBackWhatWasKept()
+    void anUntickedGameGetsItsFirstOptionsBack()
     {
         file->write(twoGames(program.toUtf8(), program.toUtf8()));
         writeStore("[original]\n10=-first\n");
-        QSettings store(storePath(), QSettings::NativeFormat);
-        const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, u"-first"_s}, {u"20"_s, u""_s}}, store, records);
+        const AppliedChanges applied = apply({{u"10"_s, u"-first"_s}, {u"20"_s, u""_s}});
         QCOMPARE(applied.failures, Texts());
         QCOMPARE(file->read(), twoGames("-first", ""));
         QCOMPARE(kept(u"10"_s), u"-first"_s);
     }
 
-    void optionsThatWereTypedMeanwhileStay()
+    void optionsTypedInSteamMeanwhileStay()
     {
         file->write(twoGames("-typed", program.toUtf8()));
-        QSettings store(storePath(), QSettings::NativeFormat);
-        const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, u""_s}, {u"20"_s, u""_s}}, store, records);
+        const AppliedChanges applied = apply({{u"10"_s, u""_s}, {u"20"_s, u""_s}});
         QCOMPARE(applied.failures, Texts());
         QCOMPARE(applied.launchOptions, (Texts{{u"10"_s, u"-typed"_s}, {u"20"_s, u""_s}}));
         QCOMPARE(file->read(), twoGames("-typed", ""));
     }
 
-    void anUntickedGameStaysWhereTheStoreSaysSomethingElse_data()
+    void anUntickedGameIsLeftIfTheStoreHasOtherFirstOptions_data()
     {
         QTest::addColumn<QByteArray>("stored");
         QTest::addColumn<QString>("staged");
-        QTest::newRow("something is kept where nothing was") << QByteArray("10=-first\n") << u""_s;
-        QTest::newRow("other options are kept") << QByteArray("10=-first\n") << u"-other"_s;
-        QTest::newRow("nothing is kept any more") << QByteArray("30=-x\n") << u"-first"_s;
+        QTest::newRow("some where there were none") << QByteArray("10=-first\n") << u""_s;
+        QTest::newRow("other ones") << QByteArray("10=-first\n") << u"-other"_s;
+        QTest::newRow("none any more") << QByteArray("30=-x\n") << u"-first"_s;
     }
-    void anUntickedGameStaysWhereTheStoreSaysSomethingElse()
+    void anUntickedGameIsLeftIfTheStoreHasOtherFirstOptions()
     {
         QFETCH(const QByteArray, stored);
         QFETCH(const QString, staged);
         file->write(twoGames(program.toUtf8(), program.toUtf8()));
         writeStore("[original]\n" + stored);
-        QSettings store(storePath(), QSettings::NativeFormat);
-        const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, staged}, {u"20"_s, u""_s}}, store, records);
+        const AppliedChanges applied = apply({{u"10"_s, staged}, {u"20"_s, u""_s}});
         QCOMPARE(applied.failures, (Texts{{u"10"_s, cannotKeep()}}));
         QCOMPARE(applied.launchOptions, (Texts{{u"20"_s, u""_s}}));
         QCOMPARE(file->read(), twoGames(program.toUtf8(), ""));
     }
 
     /// QSettings does not look again at a file whose size and time are the same.
-    void aStoreThatCouldNotBeReadAtTheStartIsReadAgain()
+    void aStoreThatCouldNotBeReadAtFirstIsReadAgain()
     {
         file->write(twoGames(program.toUtf8(), ""));
         writeStore("[original]\n10=-first\n");
@@ -188,19 +170,18 @@ private Q_SLOTS:
         QCOMPARE(launch::originalLaunchOptions(*store, u"10"_s), u"-first"_s);
     }
 
-    void aStoreThatCannotBeRead_data()
+    void aStoreThatCannotBeReadLosesNobodysOptions_data()
     {
-        QTest::addColumn<std::function<void(CallWatch &)>>("spoil");
-        const auto row = [](const char *title, std::function<void(CallWatch &)> spoil) {
-            QTest::newRow(title) << spoil;
-        };
-        row("a read error", [](CallWatch &watch) { watch.fail("read store.conf", EIO); });
-        row("no right to read it", [](CallWatch &watch) { watch.fail("read store.conf", EACCES); });
-        row("no copy of it", [](CallWatch &watch) { watch.fail("write copy.conf", EACCES); });
+        QTest::addColumn<QByteArray>("call");
+        QTest::addColumn<int>("error");
+        QTest::newRow("a read error") << QByteArray("read store.conf") << EIO;
+        QTest::newRow("no right to read it") << QByteArray("read store.conf") << EACCES;
+        QTest::newRow("no copy of it") << QByteArray("write copy.conf") << EACCES;
     }
-    void aStoreThatCannotBeRead()
+    void aStoreThatCannotBeReadLosesNobodysOptions()
     {
-        QFETCH(const std::function<void(CallWatch &)>, spoil);
+        QFETCH(const QByteArray, call);
+        QFETCH(const int, error);
         file->write(localConfig(gameBlock("10", "-own") + gameBlock("20", "") +
                                 gameBlock("30", program.toUtf8())));
         const QByteArray stored = "[original]\n30=-first\n";
@@ -209,7 +190,7 @@ private Q_SLOTS:
         AppliedChanges applied;
         {
             CallWatch watch;
-            spoil(watch);
+            watch.fail(call, error);
             applied = applyChanges(file->path(),
                                    {{u"10"_s, program}, {u"20"_s, program}, {u"30"_s, u"-first"_s}},
                                    store, records);
@@ -224,42 +205,43 @@ private Q_SLOTS:
         QCOMPARE(storedBytes(), stored);
     }
 
-    void aStoreThatAnotherWindowHolds()
+    void aStoreThatCannotBeOpenedLosesNobodysOptions_data()
     {
-        writeStore("[original]\n20=-first\n");
-        file->write(twoGames("-own", program.toUtf8()));
-        const QByteArray before = file->read();
-        QSettings store(storePath(), QSettings::NativeFormat);
-        const LockHolder otherWindow(QFileInfo(storePath()).path());
-        const AppliedChanges applied = applyChanges(
-            file->path(), {{u"10"_s, program}, {u"20"_s, u"-first"_s}}, store, records);
-        QCOMPARE(applied.failures, (Texts{{u"10"_s, cannotKeep()}, {u"20"_s, cannotKeep()}}));
-        QCOMPARE(file->read(), before);
+        QTest::addColumn<bool>("isLocked");
+        QTest::newRow("another window holds it") << true;
+        QTest::newRow("a folder is in its place") << false;
     }
-
-    void aFolderInTheStoresPlace()
+    void aStoreThatCannotBeOpenedLosesNobodysOptions()
     {
-        QVERIFY(QDir().mkpath(storePath()));
-        QSettings store(storePath(), QSettings::NativeFormat);
+        QFETCH(const bool, isLocked);
+        file->write(localConfig(gameBlock("10", "-own") + gameBlock("20", program.toUtf8()) +
+                                gameBlock("30", "")));
+        std::optional<LockHolder> otherWindow;
+        if (isLocked) {
+            writeStore("[original]\n20=-first\n");
+            otherWindow.emplace(QFileInfo(storePath()).path());
+        } else {
+            QVERIFY(QDir().mkpath(storePath()));
+        }
         const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, program}, {u"20"_s, program}}, store, records);
-        QCOMPARE(applied.failures, (Texts{{u"10"_s, cannotKeep()}}));
-        QCOMPARE(file->read(), twoGames("-own", program.toUtf8()));
+            apply({{u"10"_s, program}, {u"20"_s, u"-first"_s}, {u"30"_s, program}});
+        QCOMPARE(applied.failures, (Texts{{u"10"_s, cannotKeep()}, {u"20"_s, cannotKeep()}}));
+        QCOMPARE(file->read(),
+                 localConfig(gameBlock("10", "-own") + gameBlock("20", program.toUtf8()) +
+                             gameBlock("30", program.toUtf8())));
     }
 
-    void optionsThatTheStoresFormatCannotHold()
+    void optionsThatCannotBeSavedAreNotReplaced()
     {
         const QByteArray own = "-x \xef\xbb\xbf-y";
         file->write(twoGames(own, "-mine"));
-        QSettings store(storePath(), QSettings::NativeFormat);
-        const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, program}, {u"20"_s, program}}, store, records);
+        const AppliedChanges applied = apply({{u"10"_s, program}, {u"20"_s, program}});
         QCOMPARE(applied.failures, (Texts{{u"10"_s, cannotKeep()}}));
         QCOMPARE(file->read(), twoGames(own, program.toUtf8()));
         QCOMPARE(kept(u"20"_s), u"-mine"_s);
     }
 
-    void aStoreThatCannotBeWrittenKeepsOnlyWhatItHas()
+    void onAFullDiskOnlyGamesWithSavedOptionsAreChanged()
     {
         file->write(twoGames("-kept", "-mine"));
         const QByteArray stored = "[original]\n10=-kept\n";
@@ -279,7 +261,7 @@ private Q_SLOTS:
     }
 
     /// The game 20 was refused for the game 10, which is then left out itself.
-    void whatWasRefusedOnceIsNotMadeAfterAll()
+    void aRefusedEditIsNotMadeAfterAll()
     {
         const QByteArray own = "-x \xef\xbb\xbf-y";
         const QByteArray before =
@@ -296,16 +278,7 @@ private Q_SLOTS:
                                    .replace("\"a\"", '"' + program.toUtf8() + '"'));
     }
 
-    void aGameInTwoLibrariesIsChangedOnce()
-    {
-        QSettings store(storePath(), QSettings::NativeFormat);
-        const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, program}, {u"10"_s, program}}, store, records);
-        QCOMPARE(applied.failures, Texts());
-        QCOMPARE(file->read(), twoGames(program.toUtf8(), ""));
-    }
-
-    void whatAnotherWindowWritesMeanwhileIsNotUndone()
+    void whatAnotherWindowWritesMeanwhileStays()
     {
         const QByteArray theirs = twoGames("-own", "-theirs");
         QSettings store(storePath(), QSettings::NativeFormat);
@@ -321,25 +294,21 @@ private Q_SLOTS:
         QCOMPARE(kept(u"10"_s), u"-own"_s); // nothing is ever removed from the store
     }
 
-    void aBusyFolderIsLeftToTheOtherWindow()
+    void whileAnotherWindowHoldsTheFolderNothingIsWritten()
     {
         const QByteArray before = file->read();
-        QSettings store(storePath(), QSettings::NativeFormat);
         const LockHolder otherWindow(file->folder());
-        const AppliedChanges applied =
-            applyChanges(file->path(), {{u"10"_s, program}, {u"20"_s, program}}, store, records);
+        const AppliedChanges applied = apply({{u"10"_s, program}, {u"20"_s, program}});
         const QString failed = "commit failed for "_L1 + file->path();
         QCOMPARE(applied.failures, (Texts{{u"10"_s, failed}, {u"20"_s, failed}}));
         QCOMPARE(file->read(), before);
     }
 
-    void aFileThatCannotBeOpenedStillHasTheSettingsSaved()
+    void withoutSteamsFileTheSettingsAreSavedAllTheSame()
     {
         QVERIFY(QFile::remove(file->path()));
-        QSettings store(storePath(), QSettings::NativeFormat);
-        const AppliedChanges applied = applyChanges(
-            file->path(), {{u"10"_s, program}, {u"20"_s, "C:\\"_L1 + program}, {u"30"_s, {}}},
-            store, records);
+        const AppliedChanges applied =
+            apply({{u"10"_s, program}, {u"20"_s, "C:\\"_L1 + program}, {u"30"_s, {}}});
         const QString cannotOpen = "cannot open "_L1 + file->path();
         QCOMPARE(applied.failures,
                  (Texts{{u"10"_s, cannotOpen},
@@ -351,6 +320,12 @@ private Q_SLOTS:
     }
 
 private:
+    AppliedChanges apply(const Changes &changes) const
+    {
+        QSettings store(storePath(), QSettings::NativeFormat);
+        return applyChanges(file->path(), changes, store, records);
+    }
+
     QString storePath() const { return storeFile->beside(u"config/store.conf"_s); }
     QByteArray storedBytes() const { return ScratchFile::readFrom(storePath()); }
     QString cannotKeep() const { return "could not write backup for "_L1 + storePath(); }
