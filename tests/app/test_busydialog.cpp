@@ -30,7 +30,7 @@ class TestBusyDialog : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void isPaintedOnceItStands()
+    void theDialogIsPaintedBeforeItsCallerBlocks()
     {
         QWidget window;
         window.show();
@@ -39,7 +39,7 @@ private Q_SLOTS:
         QVERIFY(watch.seen); // from here on the caller may block the event loop
     }
 
-    void waitsNoLongerThanForTheScreen()
+    void theDialogDoesNotWaitOnceItIsOnTheScreen()
     {
         QWidget window;
         window.show();
