@@ -115,8 +115,9 @@ private Q_SLOTS:
     {
         QFETCH(const bool, byKeyboard);
         const PlayersMachine machine(
-            {{u"100"_s, u"Alpha"_s, u"-own <b> options"_s}, {u"200"_s, u"Beta"_s, defaultOptions}});
+            {{u"100"_s, u"Alpha"_s, u"-own <b> options"_s}, {u"200"_s, u"Beta"_s, u"-x"_s}});
         WindowUser user;
+        user.toggle(u"Beta"_s);
         for (int row = 0; row < 2; ++row) {
             QGuiApplication::clipboard()->setText(u"before"_s);
             user.selectRow(row);
@@ -205,7 +206,7 @@ private Q_SLOTS:
         QCOMPARE(user.gameList->currentItem(), user.item(u"Iron Lantern"_s));
         QCOMPARE(user.statusLabel->text(), pendingStatus(0));
         // After a pause a blank ticks again, and so does the next.
-        QApplication::setKeyboardInputInterval(0);
+        QApplication::setKeyboardInputInterval(200);
         const auto press = [&user] {
             QTest::keyClick(user.gameList, Qt::Key_Space);
             return user.isTicked(u"Iron Lantern"_s);
