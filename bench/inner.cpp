@@ -154,7 +154,8 @@ BENCHMARK_CAPTURE(editLaunchOptions, three sections, true)->ArgsProduct({moreSiz
 int main(int argc, char **argv)
 {
     // The allocator keeps all memory, whatever its size, for the next repetition. Otherwise it gets
-    // fresh pages for blocks above certain sizes, and a doubling that crosses one looks like growth.
+    // fresh pages for blocks above certain sizes, and a doubling that crosses one looks like
+    // growth.
     mallopt(M_MMAP_MAX, 0);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     const QApplication application(argc, argv);
