@@ -4,7 +4,9 @@
 #include <QByteArray>
 #include <QTest>
 
-/// Rows of what a file may hold, in the column "content".
+#include <unistd.h>
+
+/// Adds a row for each kind of content, in the column "content".
 inline void addContents()
 {
     QTest::addColumn<QByteArray>("content");
@@ -17,4 +19,12 @@ inline void addContents()
     QTest::newRow("16,384 bytes") << QByteArray(16384, 'x');
     QTest::newRow("16,385 bytes") << QByteArray(16385, 'y');
     QTest::newRow("3 MB") << QByteArray(3'000'000, 'z');
+}
+
+/// The descriptor that the next file gets: a higher one than before means that one is still open.
+inline int nextDescriptor()
+{
+    const int descriptor = ::dup(STDERR_FILENO);
+    ::close(descriptor);
+    return descriptor;
 }

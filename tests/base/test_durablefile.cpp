@@ -6,11 +6,10 @@
 #include "support/scratchfile.h"
 #include "support/withoutstandardinput.h"
 
-#include <QDateTime>
 #include <QFileInfo>
 #include <QTest>
 
-#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -23,7 +22,7 @@ namespace
 
 constexpr uid_t rootId = 0;
 
-/// Owner and group that root can give a file; for anyone else the only ones possible.
+/// For root an owner and a group of other people, for anyone else his own.
 uid_t otherOwner()
 {
     return ::geteuid() == rootId ? 65534 : ::geteuid();
@@ -33,7 +32,7 @@ gid_t otherGroup()
     return ::geteuid() == rootId ? 65533 : ::getegid();
 }
 
-/// A mode that nothing has by default. A change of the owner drops its first bit; so does writing
+/// A mode that no file has by default. A change of the owner drops its first bit; so does writing
 /// by anyone but root.
 mode_t otherMode()
 {
@@ -63,8 +62,8 @@ class TestDurableFile : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void replacesTheContent_data() { addContents(); }
-    void replacesTheContent()
+    void everyByteIsReplaced_data() { addContents(); }
+    void everyByteIsReplaced()
     {
         QFETCH(QByteArray, content);
         const ScratchFile file("the old content");
@@ -73,7 +72,7 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
 
-    void makesAFileThatIsNotThereYet()
+    void aMissingFileIsMade()
     {
         const ScratchFile file("old");
         QCOMPARE(base::replaceFile(file.beside(u"new"_s), "new"), Replaced::Yes);
@@ -81,51 +80,36 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"new"_s}));
     }
 
-    void keepsTheMode_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::newRow("0600") << 0600;
-        QTest::newRow("0644") << 0644;
-        QTest::newRow("0664") << 0664;
-        QTest::newRow("0755") << 0755;
-    }
-    void keepsTheMode()
-    {
-        QFETCH(int, mode);
-        const ScratchFile file("old");
-        ScratchFile::setMode(file.path(), static_cast<unsigned>(mode));
-        QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
-        QCOMPARE(ScratchFile::mode(file.path()), mode);
-    }
-
-    void keepsOwnerGroupAndMode()
+    void ownerGroupAndModeStay()
     {
         const ScratchFile file("old");
         giveAway(file.path());
+        QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
         QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
-        const struct stat now = look(file.path());
-        QCOMPARE(now.st_uid, otherOwner());
-        QCOMPARE(now.st_gid, otherGroup());
-        QCOMPARE(now.st_mode & 07777, otherMode());
+        for (const QString &path : {file.path(), file.beside(u"the copy"_s)}) {
+            const struct stat now = look(path);
+            QCOMPARE(now.st_uid, otherOwner());
+            QCOMPARE(now.st_gid, otherGroup());
+            QCOMPARE(now.st_mode & 07777, otherMode());
+        }
     }
 
-    void keepsLinks_data()
+    void aLinkStaysALink_data()
     {
         QTest::addColumn<QString>("link");
-        QTest::addColumn<bool>("leadsToAFile"); // else nowhere: it is made there
+        QTest::addColumn<bool>("leadsToAFile"); // else to a missing one, which is made
         for (const bool leadsToAFile : {true, false}) {
             const auto row = [leadsToAFile](const char *name, const QString &link) {
                 QTest::addRow("%s, %s", name, leadsToAFile ? "to a file" : "to nothing yet")
                     << link << leadsToAFile;
             };
-            row("a link", u"link"_s);
             row("a link to a link", u"outer"_s);
             row("a link in another folder", u"sub/link"_s);
-            row("a link with a whole path", u"absolute"_s);
+            row("a link with an absolute path", u"absolute"_s);
             row("a link in a linked folder", u"linked/link"_s);
         }
     }
-    void keepsLinks()
+    void aLinkStaysALink()
     {
         QFETCH(const QString, link);
         QFETCH(const bool, leadsToAFile);
@@ -148,50 +132,32 @@ private Q_SLOTS:
                                               u"localconfig.vdf"_s, u"outer"_s, u"sub"_s}));
     }
 
-    void cannotOpenWhereALinksFolderIsMissing()
-    {
-        const ScratchFile file("old");
-        const QString link = file.beside(u"link"_s);
-        QVERIFY(QFile::link(u"missing/file"_s, link));
-        QCOMPARE(base::replaceFile(link, "new"), Replaced::CannotOpen);
-        QVERIFY(QFileInfo(link).isSymLink());
-        QCOMPARE(file.listing(), (QStringList{u"link"_s, u"localconfig.vdf"_s}));
-    }
-
-    void cannotOpenWithoutTheFolder()
-    {
-        const ScratchFile file("old");
-        QCOMPARE(base::replaceFile(file.beside(u"missing/file"_s), "new"), Replaced::CannotOpen);
-        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-    }
-
-    void cannotOpenAFolder()
-    {
-        const ScratchFile file("old");
-        QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
-        QCOMPARE(base::replaceFile(file.beside(u"sub"_s), "new"), Replaced::CannotOpen);
-        QVERIFY(QFileInfo(file.beside(u"sub"_s)).isDir());
-        QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"sub"_s}));
-    }
-
-    void cannotOpenWhatCannotBeLookedAt_data()
+    void aPathThatNoFileCanHave_data()
     {
         QTest::addColumn<QString>("name");
+        QTest::newRow("a folder") << u"sub"_s;
+        QTest::newRow("in a missing folder") << u"missing/file"_s;
+        QTest::newRow("a link into a missing folder") << u"link"_s;
         QTest::newRow("a link to itself") << u"circle"_s;
         QTest::newRow("below a file") << u"localconfig.vdf/file"_s;
         QTest::newRow("a name that is too long") << QString(300, u'x');
     }
-    void cannotOpenWhatCannotBeLookedAt()
+    void aPathThatNoFileCanHave()
     {
         QFETCH(const QString, name);
         const ScratchFile file("old");
+        QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
+        QVERIFY(QFile::link(u"missing/file"_s, file.beside(u"link"_s)));
         QVERIFY(QFile::link(u"circle"_s, file.beside(u"circle"_s)));
+        const QStringList before = file.listing();
         QCOMPARE(base::replaceFile(file.beside(name), "new"), Replaced::CannotOpen);
         QCOMPARE(file.read(), QByteArray("old"));
-        QCOMPARE(file.listing(), (QStringList{u"circle"_s, u"localconfig.vdf"_s}));
+        QVERIFY(QFileInfo(file.beside(u"sub"_s)).isDir());
+        QVERIFY(QFileInfo(file.beside(u"link"_s)).isSymLink());
+        QCOMPARE(file.listing(), before);
     }
 
-    void replacesTheExpectedVersion()
+    void theExpectedVersionIsReplaced()
     {
         const ScratchFile file("old");
         QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
@@ -201,21 +167,7 @@ private Q_SLOTS:
         }
     }
 
-    void replacesNoOtherVersion()
-    {
-        const ScratchFile file("old");
-        const std::optional<base::FileVersion> read = base::fileVersion(file.path());
-        file.write("somebody's");
-        QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CannotReplace);
-        QCOMPARE(file.read(), QByteArray("somebody's"));
-        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-
-        QVERIFY(QFile::remove(file.path()));
-        QCOMPARE(base::replaceFile(file.path(), "new", read), Replaced::CannotReplace);
-        QCOMPARE(file.listing(), QStringList());
-    }
-
-    void aFullDiskFailsTheCommit_data()
+    void aFullDiskLeavesTheOldFile_data()
     {
         QTest::addColumn<int>("room");
         QTest::addColumn<int>("size");
@@ -225,7 +177,7 @@ private Q_SLOTS:
         QTest::newRow("one byte more than a buffer") << 16384 << 16385;
         QTest::newRow("in the middle of much") << 1'000'000 << 3'000'000;
     }
-    void aFullDiskFailsTheCommit()
+    void aFullDiskLeavesTheOldFile()
     {
         QFETCH(int, room);
         QFETCH(int, size);
@@ -240,8 +192,8 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
 
-    void copiesEveryByte_data() { addContents(); }
-    void copiesEveryByte()
+    void everyByteIsCopied_data() { addContents(); }
+    void everyByteIsCopied()
     {
         QFETCH(QByteArray, content);
         const ScratchFile file(content);
@@ -251,30 +203,28 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"the copy"_s}));
     }
 
-    void neverCopiesOverAFile()
+    void nothingIsCopied_data()
     {
+        QTest::addColumn<QString>("from");
+        QTest::addColumn<QString>("to");
+        QTest::newRow("of a missing file") << u"missing"_s << u"the copy"_s;
+        QTest::newRow("of a folder") << u"sub"_s << u"the copy"_s;
+        QTest::newRow("over another file") << u"localconfig.vdf"_s << u"taken"_s;
+    }
+    void nothingIsCopied()
+    {
+        QFETCH(const QString, from);
+        QFETCH(const QString, to);
         const ScratchFile file("original");
         ScratchFile::writeTo(file.beside(u"taken"_s), "someone's");
-        QVERIFY(!base::copyFile(file.path(), file.beside(u"taken"_s)));
-        QCOMPARE(ScratchFile::readFrom(file.beside(u"taken"_s)), QByteArray("someone's"));
-    }
-
-    void copiesNothingWithoutAFile()
-    {
-        const ScratchFile file("original");
-        QVERIFY(!base::copyFile(file.beside(u"missing"_s), file.beside(u"the copy"_s)));
-        QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
-    }
-
-    void copiesNoFolder()
-    {
-        const ScratchFile file("original");
         QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
-        QVERIFY(!base::copyFile(file.beside(u"sub"_s), file.beside(u"the copy"_s)));
-        QCOMPARE(file.listing(), (QStringList{u"localconfig.vdf"_s, u"sub"_s}));
+        const QStringList before = file.listing();
+        QVERIFY(!base::copyFile(file.beside(from), file.beside(to)));
+        QCOMPARE(ScratchFile::readFrom(file.beside(u"taken"_s)), QByteArray("someone's"));
+        QCOMPARE(file.listing(), before);
     }
 
-    void leavesNoPartOfACopy()
+    void aFullDiskLeavesNoPartOfACopy()
     {
         const ScratchFile file(QByteArray(200'000, 'x'));
         bool copied = true;
@@ -286,18 +236,7 @@ private Q_SLOTS:
         QCOMPARE(file.listing(), QStringList{u"localconfig.vdf"_s});
     }
 
-    void aCopyKeepsOwnerGroupAndMode()
-    {
-        const ScratchFile file("original");
-        giveAway(file.path());
-        QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
-        const struct stat copy = look(file.beside(u"the copy"_s));
-        QCOMPARE(copy.st_uid, otherOwner());
-        QCOMPARE(copy.st_gid, otherGroup());
-        QCOMPARE(copy.st_mode & 07777, otherMode());
-    }
-
-    void worksWithoutAStandardInput()
+    void filesAreReplacedAndCopiedWithoutAStandardInput()
     {
         const ScratchFile file("content");
         const support::WithoutStandardInput without;
@@ -306,18 +245,13 @@ private Q_SLOTS:
         QCOMPARE(file.read(), QByteArray("new"));
     }
 
-    void keepsNoDescriptorOpen()
+    void noDescriptorStaysOpen()
     {
         const ScratchFile file("content");
-        const auto firstFree = [] {
-            const int descriptor = ::dup(STDERR_FILENO);
-            ::close(descriptor);
-            return descriptor;
-        };
-        const int before = firstFree();
+        const int before = nextDescriptor();
         QVERIFY(base::copyFile(file.path(), file.beside(u"the copy"_s)));
         QCOMPARE(base::replaceFile(file.path(), "new"), Replaced::Yes);
-        QCOMPARE(firstFree(), before);
+        QCOMPARE(nextDescriptor(), before);
     }
 };
 

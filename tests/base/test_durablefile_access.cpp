@@ -32,16 +32,16 @@ void giveList(const QString &path, const QString &list)
     run(u"setfacl"_s, {u"-m"_s, list, path});
 }
 
-/// One entry a line; nothing for a file that has no more than its mode.
+/// One entry a line; empty for a file that has only its mode.
 QString listOf(const QString &path)
 {
     return run(u"getfacl"_s, {u"--skip-base"_s, u"-cpEn"_s, path});
 }
 
-/// Its group may not read it, though the mode's bits for the group say so: they are the mask.
+/// Closed to the file's group, though the mode's group bits are rw: with a list they are the mask.
 const QString closedToItsGroup = u"u::rw,u:7:rw,g::-,g:8:r,m::rw,o::-"_s;
 
-/// Everybody may write, if a new file in that folder takes over what it is given.
+/// A folder whose default list lets everybody write to new files.
 const QString openFolder = u"d:u::rwx,d:u:7:rwx,d:g::rwx,d:m::rwx,d:o::rwx"_s;
 
 class WithoutUmask
@@ -62,7 +62,7 @@ class TestDurableFileAccess : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void aReplacedFileIsReadableByNobodyElseThanBefore()
+    void aReplacedFileKeepsItsAccessList()
     {
         const ScratchFile file("old");
         giveList(file.path(), closedToItsGroup);
@@ -76,7 +76,7 @@ private Q_SLOTS:
         QCOMPARE(listOf(file.path()), list);
     }
 
-    void aCopyIsReadableByNobodyElseThanTheOriginal()
+    void aCopyHasTheOriginalsAccessList()
     {
         const ScratchFile file("original");
         giveList(file.path(), closedToItsGroup);
@@ -103,9 +103,9 @@ private Q_SLOTS:
     void aFileWhoseAccessListCannotBeKeptIsNotReplaced_data()
     {
         QTest::addColumn<QByteArray>("call");
-        QTest::newRow("it cannot be read") << QByteArray("read the access list");
-        QTest::newRow("it cannot be set") << QByteArray("set the access list");
-        QTest::newRow("the folder's cannot be dropped") << QByteArray("drop the access list");
+        QTest::newRow("reading it fails") << QByteArray("read the access list");
+        QTest::newRow("setting it fails") << QByteArray("set the access list");
+        QTest::newRow("dropping the folder's fails") << QByteArray("drop the access list");
     }
     void aFileWhoseAccessListCannotBeKeptIsNotReplaced()
     {
@@ -124,10 +124,11 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("call");
         QTest::addColumn<int>("error");
-        QTest::newRow("not known") << QByteArray("read the access list") << ENOTSUP;
-        QTest::newRow("none") << QByteArray("read the access list") << ENODATA;
-        QTest::newRow("nothing known to drop") << QByteArray("drop the access list") << ENOTSUP;
-        QTest::newRow("nothing to drop") << QByteArray("drop the access list") << ENODATA;
+        QTest::newRow("they are not known") << QByteArray("read the access list") << ENOTSUP;
+        QTest::newRow("the file has none") << QByteArray("read the access list") << ENODATA;
+        QTest::newRow("dropping them is not known")
+            << QByteArray("drop the access list") << ENOTSUP;
+        QTest::newRow("there is none to drop") << QByteArray("drop the access list") << ENODATA;
     }
     void filesAreReplacedOnDisksWithoutAccessLists()
     {
@@ -144,7 +145,7 @@ private Q_SLOTS:
         QCOMPARE(ScratchFile::mode(file.beside(u"copy"_s)), 0604);
     }
 
-    void aNewFileIsTheUsersOwn()
+    void aNewFileIsForTheUserAlone()
     {
         const ScratchFile file("old");
         const WithoutUmask without;

@@ -23,7 +23,7 @@ using support::ScratchFile;
 namespace
 {
 
-/// Something that is no file, in the place of one.
+/// Makes something at the path.
 using Maker = void (*)(const ScratchFile &file, const QString &path);
 
 void makePipe(const ScratchFile &, const QString &path)
@@ -41,7 +41,7 @@ void makeSocket(const ScratchFile &, const QString &path)
     ::close(descriptor);
 }
 
-/// What a plain reader gets of a file of the kernel's.
+/// The content of a file of the kernel's, as a plain reader gets it.
 QByteArray readPlainly(const char *path)
 {
     std::ifstream in(path, std::ios::binary);
@@ -70,8 +70,8 @@ class TestFiles : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsEveryByte_data() { addContents(); }
-    void readsEveryByte()
+    void everyByteIsRead_data() { addContents(); }
+    void everyByteIsRead()
     {
         QFETCH(const QByteArray, content);
         const ScratchFile file(content);
@@ -83,7 +83,7 @@ private Q_SLOTS:
         QVERIFY(whole->bytes == content);
     }
 
-    void readsThroughLinks()
+    void linksAreFollowed()
     {
         const ScratchFile file("content");
         QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"inner"_s)));
@@ -92,15 +92,15 @@ private Q_SLOTS:
         QVERIFY(base::readWholeFile(file.beside(u"outer"_s)).has_value());
     }
 
-    void aTextIsDecoded()
+    void aTextIsDecodedFromUtf8()
     {
         const ScratchFile file("na\xc3\xafve \xf0\x9f\x8e\xae");
         QCOMPARE(base::readText(file.path()), u"naïve 🎮"_s);
         QCOMPARE(base::readText(file.beside(u"missing"_s)), QString());
     }
 
-    /// The kernel tells another size than these have.
-    void filesOfTheKernel_data()
+    /// The size that the kernel reports is wrong for these.
+    void aFileOfTheKernelIsReadToItsEnd_data()
     {
         QTest::addColumn<QByteArray>("path");
         QTest::addColumn<qint64>("told");
@@ -108,7 +108,7 @@ private Q_SLOTS:
                                << qint64(::getpagesize());
         QTest::newRow("procfs") << QByteArray("/proc/version") << qint64(0);
     }
-    void filesOfTheKernel()
+    void aFileOfTheKernelIsReadToItsEnd()
     {
         QFETCH(const QByteArray, path);
         QFETCH(const qint64, told);
@@ -118,11 +118,11 @@ private Q_SLOTS:
 
         QCOMPARE(base::readFile(QFile::decodeName(path)), content);
         QCOMPARE(base::readText(QFile::decodeName(path)), QString::fromLatin1(content));
-        // It is no file that lies on a disk.
+        // It is no file on a disk.
         QVERIFY(!base::readWholeFile(QFile::decodeName(path)).has_value());
     }
 
-    /// A reader that waits is ended by the test's time limit.
+    /// A reader that waits for ever fails by the test's time limit.
     void onlyRegularFilesAreRead_data()
     {
         QTest::addColumn<Maker>("make");
@@ -153,7 +153,7 @@ private Q_SLOTS:
         const ScratchFile file("content");
         const QString path = file.beside(u"other"_s);
         make(file, path);
-        bool isOpened = false; // which alone can wait, or do something
+        bool isOpened = false; // opening alone can block, or have an effect
         CallWatch watch;
         watch.before("read other", [&isOpened] { isOpened = true; });
         QVERIFY(!base::readFile(path).has_value());
@@ -162,7 +162,7 @@ private Q_SLOTS:
         QVERIFY(!isOpened);
     }
 
-    void onlyWhatSurelyIsNotThereIsMissing()
+    void aPathIsMissingOnlyIfItCertainlyDoesNotExist()
     {
         const ScratchFile file("content");
         QVERIFY(QFile::link(u"nowhere"_s, file.beside(u"link to nowhere"_s)));
@@ -174,7 +174,7 @@ private Q_SLOTS:
         QVERIFY(!base::isMissing(file.folder()));
     }
 
-    void aPipeThatTakesTheFilesPlaceIsNotWaitedFor()
+    void aPipeThatTakesTheFilesPlaceDoesNotBlock()
     {
         const ScratchFile file("content");
         CallWatch watch;
@@ -186,15 +186,15 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(file.path()).isFile(), false); // it did take the place
     }
 
-    void isReadUpToTheLargestFile_data()
+    void aFileIsReadUpToTheLimit_data()
     {
         QTest::addColumn<qint64>("size");
         QTest::addColumn<bool>("readable");
-        QTest::newRow("the largest") << base::largestFile << true;
+        QTest::newRow("at the limit") << base::largestFile << true;
         QTest::newRow("one byte more") << base::largestFile + 1 << false;
         QTest::newRow("more than any memory") << base::largestFile * 65536 << false;
     }
-    void isReadUpToTheLargestFile()
+    void aFileIsReadUpToTheLimit()
     {
         QFETCH(const qint64, size);
         QFETCH(const bool, readable);
@@ -207,13 +207,13 @@ private Q_SLOTS:
             QCOMPARE(read->size(), size);
     }
 
-    void whatFailsInTheMiddleIsNotRead()
+    void aFileThatFailsWhileItIsReadIsNotRead()
     {
-        // A regular file that can be opened and never read at its beginning.
+        // The kernel opens this file, but reading at its beginning fails.
         QVERIFY(!base::readFile(u"/proc/self/mem"_s).has_value());
     }
 
-    void aSignalIsNoFailure()
+    void aSignalDoesNotStopTheReading()
     {
         const ScratchFile file("content");
         CallWatch watch;
@@ -221,29 +221,24 @@ private Q_SLOTS:
         QCOMPARE(base::readFile(file.path()), QByteArray("content"));
     }
 
-    void readsWithoutAStandardInput()
+    void aFileIsReadWithoutAStandardInput()
     {
         const ScratchFile file("content");
         const support::WithoutStandardInput without;
         QCOMPARE(base::readFile(file.path()), QByteArray("content"));
     }
 
-    void keepsNoDescriptorOpen()
+    void noDescriptorStaysOpen()
     {
         const ScratchFile file("content");
-        const auto firstFree = [] {
-            const int descriptor = ::dup(STDERR_FILENO);
-            ::close(descriptor);
-            return descriptor;
-        };
-        const int before = firstFree();
+        const int before = nextDescriptor();
         QVERIFY(base::readFile(file.path()).has_value());
         QVERIFY(!base::readFile(file.folder()).has_value());
         QVERIFY(!base::readFile(u"/proc/self/mem"_s).has_value());
-        QCOMPARE(firstFree(), before);
+        QCOMPARE(nextDescriptor(), before);
     }
 
-    void aVersionIsThatOfTheFileThatWasRead()
+    void theVersionIsThatOfTheFileThatWasRead()
     {
         const ScratchFile file("content");
         QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
@@ -255,7 +250,7 @@ private Q_SLOTS:
         QVERIFY(!base::fileVersion(file.beside(u"missing"_s)).has_value());
     }
 
-    void anotherVersion_data()
+    void aChangedFileHasAnotherVersion_data()
     {
         QTest::addColumn<Maker>("change");
         const auto row = [](const char *name, Maker change) { QTest::newRow(name) << change; };
@@ -279,7 +274,7 @@ private Q_SLOTS:
             QVERIFY(QFile::rename(other, path));
         });
     }
-    void anotherVersion()
+    void aChangedFileHasAnotherVersion()
     {
         QFETCH(const Maker, change);
         const ScratchFile file("content");
