@@ -30,8 +30,8 @@ inline hw::GpuInfo secondGpu()
     return gpu;
 }
 
-/// A record of which no field has its default, and the lines that say so in the store, in the
-/// section [config] and for the app 10.
+/// A record in which every field differs from its default, and its lines in the store: in the
+/// section [config], for the app 10.
 inline const launch::GameSettings everythingChanged{.upscaling = false,
                                                     .renderW = 1600,
                                                     .renderH = 900,
@@ -62,7 +62,7 @@ inline const QByteArray everythingChangedLines = "10\\upscaling=false\n"
 namespace launch
 {
 
-/// A record in a failed comparison's message.
+/// Shows a record in the message of a failed comparison.
 inline char *toString(const GameSettings &s)
 {
     const auto text = QStringLiteral("upscaling %1, %2x%3 to %4x%5, framegen %6 ")

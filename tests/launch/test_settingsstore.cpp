@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What is saved under which keys, and what is loaded from them.
+// The keys under which settings are saved, and the settings that are loaded from them.
 #include "launch/settingsstore.h"
 #include "sampleoptions.h"
 #include "support/pretendmachine.h"
@@ -155,7 +155,7 @@ private Q_SLOTS:
         QCOMPARE(load(eightEarlyKeys, u"10"_s).settings, expected);
     }
 
-    void everyOtherKeyMayBeMissing()
+    void everyMissingKeyHasItsOwnDefault()
     {
         const launch::LoadedGame game = load("[config]\n10\\framegen=true\n", u"10"_s);
         QCOMPARE(game.enabled, false);
@@ -260,7 +260,7 @@ private Q_SLOTS:
 
 private:
     QByteArray text() const { return machine->read(machine->storePath()); }
-    /// What the next run of the program loads for a game from a store of this text.
+    /// The game as the next run of the program loads it, from a store of this text.
     launch::LoadedGame load(const QByteArray &storeText, const QString &appid,
                             const QString &currentOptions = {})
     {

@@ -53,7 +53,7 @@ QByteArray storeOfOptions(int bytes)
     return "[original]\n400=" + QByteArray(bytes, 'x') + '\n';
 }
 
-/// What another run of the program finds kept for the game 9 in the file.
+/// The options of the game 9 that another run of the program finds in the file.
 QString keptFor9(const ScratchFile &file)
 {
     const QString copy = file.beside(u"another name"_s);
