@@ -110,8 +110,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("options");
 
-        QTest::newRow("none") << u""_s;
-        QTest::newRow("a user's own") << u"mangohud %command%"_s;
+        QTest::newRow("no options") << u""_s;
+        QTest::newRow("typed in Steam") << u"mangohud %command%"_s;
         QTest::newRow("the marker without the command") << u"MARROWPULSE=1 -w 800 -h 600"_s;
     }
     void theStoreCountsForOtherLaunchOptions()
