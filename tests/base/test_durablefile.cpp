@@ -103,7 +103,7 @@ private Q_SLOTS:
                 QTest::addRow("%s, %s", name, leadsToAFile ? "to a file" : "to nothing yet")
                     << link << leadsToAFile;
             };
-            row("a link to a link", u"outer"_s);
+            row("a link to a link to a link", u"outmost"_s);
             row("a link in another folder", u"sub/link"_s);
             row("a link with an absolute path", u"absolute"_s);
             row("a link in a linked folder", u"linked/link"_s);
@@ -119,17 +119,19 @@ private Q_SLOTS:
         QVERIFY(QDir(file.folder()).mkdir(u"sub"_s));
         QVERIFY(QFile::link(u"localconfig.vdf"_s, file.beside(u"link"_s)));
         QVERIFY(QFile::link(u"link"_s, file.beside(u"outer"_s)));
+        QVERIFY(QFile::link(u"outer"_s, file.beside(u"outmost"_s)));
         QVERIFY(QFile::link(u"../localconfig.vdf"_s, file.beside(u"sub/link"_s)));
         QVERIFY(QFile::link(file.path(), file.beside(u"absolute"_s)));
         QVERIFY(QFile::link(u"sub"_s, file.beside(u"linked"_s)));
         QCOMPARE(base::replaceFile(file.beside(link), "new"), Replaced::Yes);
         for (const QString &name :
-             {u"link"_s, u"outer"_s, u"sub/link"_s, u"absolute"_s, u"linked"_s})
+             {u"link"_s, u"outer"_s, u"outmost"_s, u"sub/link"_s, u"absolute"_s, u"linked"_s})
             QVERIFY2(QFileInfo(file.beside(name)).isSymLink(), qPrintable(name));
         QVERIFY(!QFileInfo(file.path()).isSymLink());
         QCOMPARE(file.read(), QByteArray("new"));
-        QCOMPARE(file.listing(), (QStringList{u"absolute"_s, u"link"_s, u"linked"_s,
-                                              u"localconfig.vdf"_s, u"outer"_s, u"sub"_s}));
+        QCOMPARE(file.listing(),
+                 (QStringList{u"absolute"_s, u"link"_s, u"linked"_s, u"localconfig.vdf"_s,
+                              u"outer"_s, u"outmost"_s, u"sub"_s}));
     }
 
     void aPathThatNoFileCanHave_data()
