@@ -5,6 +5,7 @@
 
 The pictures are FOLDER/<window>-<scale>x-<theme>-<style>.png.
 """
+import contextlib
 import pathlib
 import sys
 import time
@@ -145,8 +146,7 @@ def small_screen(machine, app, photographer):
 
 
 def shoot(folder, scale, theme, style, scenes, screen):
-    machine = SampleMachine()
-    try:
+    with contextlib.closing(SampleMachine()) as machine:
         environment = {"QT_STYLE_OVERRIDE": style}
         if theme == "dark" and style in DARK_STYLES:
             environment["QT_STYLE_OVERRIDE"] = DARK_STYLES[style]
@@ -162,8 +162,6 @@ def shoot(folder, scale, theme, style, scenes, screen):
             photographer = Photographer(app, folder, f"{scale}x-{theme}-{style.lower()}")
             for scene in scenes:
                 scene(machine, app, photographer)
-    finally:
-        machine.close()
 
 
 def main(folder, *look):
