@@ -168,6 +168,7 @@ private Q_SLOTS:
         QVERIFY(QFile::link(u"nowhere"_s, file.beside(u"link to nowhere"_s)));
         QVERIFY(QFile::link(u"link to itself"_s, file.beside(u"link to itself"_s)));
         QVERIFY(base::isMissing(file.beside(u"nothing"_s)));
+        QVERIFY(base::isMissing(file.path() + "/below a file"_L1));
         QVERIFY(base::isMissing(file.beside(u"link to nowhere"_s)));
         QVERIFY(!base::isMissing(file.beside(u"link to itself"_s)));
         QVERIFY(!base::isMissing(file.path()));

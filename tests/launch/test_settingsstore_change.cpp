@@ -103,6 +103,10 @@ private Q_SLOTS:
         QVERIFY(base::fileVersion(file.path()) == before);
         QVERIFY(saveCap(store, 61));
         QVERIFY(base::fileVersion(file.path()) != before);
+        file.write(
+            file.read().replace("[config]", "[other]")); // the same keys, but not the store's
+        QVERIFY(saveCap(store, 61));
+        QVERIFY(file.read().contains("[config]\n9\\caphz=61\n"));
 
         QVERIFY(QFile::remove(file.path()));
         QVERIFY(launch::StoreEdit(store).save({}, {}));

@@ -155,6 +155,10 @@ private Q_SLOTS:
             "\t'30'\n\t{\n\t\t'LaunchOptions'\t\t'y'\n\t}\n"
             "\t'20'\n\t{\n\t\t'LaunchOptions'\t\t'x'\n\t}\n"
             "\t'10' { 'LaunchOptions' 'z' }\n}");
+        row("a new block is indented as a game's key, not as a number in another line",
+            "'apps'\n{\n\t'k'\t\t\t'5'\n\t\t'10' { }\n}", {{u"20"_s, u"x"_s}},
+            "'apps'\n{\n\t\t'20'\n\t\t{\n\t\t\t'LaunchOptions'\t\t'x'\n\t\t}\n"
+            "\t'k'\t\t\t'5'\n\t\t'10' { }\n}");
         // The new line of the game 10 would show another indentation than the text as read.
         row("new blocks are indented as the section was when read",
             "'apps' {\n'10' {\n\t'20' '' } }", {{u"10"_s, u"a\n\t\t"_s}, {u"30"_s, u"x"_s}},
