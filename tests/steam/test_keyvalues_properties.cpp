@@ -46,11 +46,25 @@ model::Block asBlock(BraceSpan span)
     return {place(span.open), place(span.close)};
 }
 
-/// The bytes of any text, or of a few sections in a row, of nearly as many letters and bytes.
+/// Bytes above 0x7f that toFileBytes() writes as they are.
+Text raw(const std::string &bytes)
+{
+    Text text;
+    for (const char byte : bytes)
+        text += static_cast<char16_t>(0xdc00 | static_cast<unsigned char>(byte));
+    return text;
+}
+
+/// The bytes of any text, or of a few sections in a row, of nearly as many letters and bytes. Some
+/// letters have the first or the last number of their length in UTF-8, or one beyond.
 rc::Gen<std::string> anyFile()
 {
     const rc::Gen<Text> letters = support::joined(
-        rc::gen::element<Text>(u"a", u"\u00e4", u"\u20ac", u"{}", Text(1, 0xdc80)), 6);
+        rc::gen::element<Text>(u"a", u"\u00e4", u"\u20ac", u"{}", raw("\x80"), u"\u0800",
+                               raw("\xe0\x80\x80"), u"\ud7ff", raw("\xf0\x90\x80\x80"),
+                               raw("\xf0\x80\x80\x80"), raw("\xf4\x8f\xbf\xbf"),
+                               raw("\xf4\x90\x80\x80"), raw("\xff\xbf")),
+        6);
     const rc::Gen<Text> section =
         rc::gen::map(rc::gen::tuple(letters, support::appBlock(), letters),
                      [](const std::tuple<Text, Text, Text> &parts) {
