@@ -180,11 +180,12 @@ private Q_SLOTS:
             preview->setText(text);
             return preview->grab().toImage();
         };
-        QString line; // with room for half of the word
-        while (preview->fontMetrics().horizontalAdvance(line + u"mmmm"_s) < preview->width())
-            line += u"i "_s;
-        const auto word = u"mmmmmmmm"_s;
-        QCOMPARE(pictureOf(line + word), pictureOf(line + u'\n' + word));
+        const auto word = u"gamescope "_s;
+        QString line = word;
+        while (preview->fontMetrics().horizontalAdvance(line + word) < preview->width())
+            line += word;
+        QVERIFY(line != word);
+        QCOMPARE(pictureOf(line + word + word), pictureOf(line + u'\n' + word + word));
         QVERIFY(pictureOf(line + word) != pictureOf(line));
     }
 

@@ -122,9 +122,6 @@ private Q_SLOTS:
             QCOMPARE(label->visibleRegion().boundingRect(), label->rect());
             QVERIFY(label->height() >= label->sizeHint().height());
             QCOMPARE(label->textFormat(), Qt::PlainText);
-            QVERIFY(QTest::qWaitForWindowActive(box));
-            QTest::mouseClick(labelOf(box), Qt::LeftButton);
-            QCOMPARE(QApplication::focusWidget(), label); // its text can be selected by keys
             QTest::keyClick(box, Qt::Key_Escape);
         }));
     }
