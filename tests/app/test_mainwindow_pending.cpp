@@ -11,6 +11,24 @@ class TestMainWindowPending : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    /// Also a store that a person wrote by hand, which saving it would put in order.
+    void nothingIsWrittenBeforeApply()
+    {
+        const PlayersMachine machine({{u"100"_s, u"Alpha"_s, u"-novid"_s}});
+        const QByteArray stored = "garbage\n[config]\n100\\framegen = true\n[original]\n";
+        machine.write(machine.storePath(), stored);
+        const QByteArray before = machine.readLocalConfig();
+        {
+            WindowUser user;
+            user.toggle(u"Alpha"_s);
+            user.click(user.refreshButton);
+            user.window.close();
+        }
+        QCOMPARE(machine.read(machine.storePath()), stored);
+        QCOMPARE(machine.readLocalConfig(), before);
+        QCOMPARE(machine.backups(), QStringList());
+    }
+
     void theWindowPreviewsWhatSteamShouldHold_data()
     {
         QTest::addColumn<QString>("current");
