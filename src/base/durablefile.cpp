@@ -39,15 +39,6 @@ bool syncPath(const QString &path)
     return synced;
 }
 
-/// The path at the end of the links that begin at `path`. Nothing exists there.
-QString danglingTarget(QString path)
-{
-    constexpr int mostLinks = 40; // as the kernel follows
-    for (int i = 0; i < mostLinks && QFileInfo(path).isSymLink(); ++i)
-        path = QFileInfo(path).symLinkTarget();
-    return path;
-}
-
 constexpr auto accessList = "system.posix_acl_access"; // what acl(5) describes
 
 /// Gives the open file the mode, and removes the access list that its folder may have given it.
@@ -83,9 +74,8 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
     const bool exists = ::stat(QFile::encodeName(path).constData(), &old) == 0;
     if (!exists && errno != ENOENT)
         return Replaced::CannotOpen;
-    const QString target = exists ? QFileInfo(path).canonicalFilePath() : danglingTarget(path);
-    QSaveFile file(target);
-    if (target.isEmpty() || !file.open(QIODevice::WriteOnly))
+    QSaveFile file(path); // follows links, also those that lead nowhere
+    if (!file.open(QIODevice::WriteOnly))
         return Replaced::CannotOpen;
     if (exists ? !takeAfter(file.handle(), path, old) : !setMode(file.handle(), 0600))
         return Replaced::CannotReplace;
@@ -96,7 +86,7 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
     if (!sync(file.handle()) || (expected && fileVersion(path) != expected) || !file.commit())
         return Replaced::CannotReplace;
     // The file is replaced by now: a folder that cannot be synced is no failure.
-    syncPath(QFileInfo(target).path());
+    syncPath(QFileInfo(path).canonicalPath());
     return Replaced::Yes;
 }
 
