@@ -91,13 +91,25 @@ private Q_SLOTS:
             << picture(largestOfSteams, "jpeg", true);
         QTest::newRow("Steam's largest as PNG") << picture(largestOfSteams, "png");
         QTest::newRow("one of the most pixels") << picture({4000, 1250}, "jpeg");
-        QTest::newRow("one as wide as can be") << picture({4096, 1}, "jpeg");
-        QTest::newRow("one as high as can be") << picture({1, 4096}, "jpeg");
         QTest::newRow("one of a dozen scans") << smallJpeg(2000, 2000, 12);
         QTest::newRow("one with a text") << withTexts(picture({8, 8}, "png"), 1);
         QTest::newRow("the largest file") << picture({8, 8}, "png").leftJustified(mostBytes, '\0');
     }
-    void picturesAsSteamHasThemAreShown() { QVERIFY(isShown()); }
+    void picturesAsSteamHasThemAreShown() { QVERIFY(!shownSize().isEmpty()); }
+
+    void aPictureKeepsItsShape_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QSize>("shown");
+        QTest::newRow("twice as wide as high") << picture({64, 32}, "jpeg") << QSize(32, 16);
+        QTest::newRow("as wide as can be") << picture({4096, 1}, "jpeg") << QSize(32, 1);
+        QTest::newRow("as high as can be") << picture({1, 4096}, "jpeg") << QSize(1, 32);
+    }
+    void aPictureKeepsItsShape()
+    {
+        QFETCH(const QSize, shown);
+        QCOMPARE(shownSize(), shown);
+    }
 
     void otherFilesAreNotShown_data()
     {
@@ -120,10 +132,11 @@ private Q_SLOTS:
         row("one with many texts", withTexts(picture({8, 8}, "png"), 3));
         row("a file too large", picture({8, 8}, "png").leftJustified(mostBytes + 1, '\0'));
     }
-    void otherFilesAreNotShown() { QVERIFY(!isShown()); }
+    void otherFilesAreNotShown() { QVERIFY(shownSize().isEmpty()); }
 
 private:
-    static bool isShown()
+    /// The size in which a row shows the picture; empty if it shows none.
+    static QSize shownSize()
     {
         QFETCH(const QByteArray, bytes);
         const ScratchFile file(bytes, u"a.jpg"_s);
@@ -131,7 +144,7 @@ private:
         list.setIconSize({32, 32});
         list.addItem(new GameItem(u"A game"_s, file.path()));
         const QIcon icon = list.item(0)->data(Qt::DecorationRole).value<QIcon>();
-        return !icon.availableSizes().isEmpty();
+        return icon.availableSizes().value(0);
     }
 };
 

@@ -265,6 +265,8 @@ private Q_SLOTS:
         const QLabel *preview = user.previewLabel;
         QVERIFY(preview->height() >= preview->heightForWidth(preview->width()));
         QCOMPARE(bar->maximum(), preview->height() - areaOf(preview)->viewport()->height());
+        turnWheelOver(areaOf(user.previewLabel));
+        QCOMPARE(bar->value(), 60); // as far as in any other area
         for (int notch = 0; notch < 50; ++notch)
             turnWheelOver(areaOf(user.previewLabel));
         QCOMPARE(bar->value(), bar->maximum());

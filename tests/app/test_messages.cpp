@@ -78,6 +78,7 @@ private Q_SLOTS:
             // Lines are not cut: as wide as the widest, and scrolled in one direction only.
             const auto *area = box->findChild<QScrollArea *>();
             QVERIFY(area && area->verticalScrollBar()->isVisible());
+            QVERIFY(area->height() > 0.45 * room.height());
             QVERIFY(!area->horizontalScrollBar()->isVisible());
             QVERIFY(label->width() >=
                     label->fontMetrics().horizontalAdvance(text.section(u'\n', 1, 1)));

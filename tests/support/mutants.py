@@ -24,6 +24,7 @@ CONFIGURE = ["cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TY
 BUILD = ["cmake", "--build", "build", "-j", "1", "--target", "all", "tests/app/all"]
 CTEST = ["ctest", "--test-dir", "build", "--stop-on-failure"]
 UNIT, GUI = ["-L", "unit"], ["-L", "gui", "-E", "did_not_exit"]
+UNIT_OR_GUI = ["-L", "unit|gui"]
 SLOW = ["-R", "did_not_exit"]  # it waits for a minute and a half
 
 SWAPS = [(" == ", " != "), (" < ", " <= "), (" > ", " >= "), (" && ", " || "), (" + ", " - "),
@@ -100,7 +101,8 @@ def try_change(folder, change):
     try:
         if subprocess.run(BUILD, cwd=folder, capture_output=True).returncode != 0:
             return "does not compile"
-        for tests in (GUI, UNIT, SLOW) if path.startswith("src/app/") else (UNIT, GUI, SLOW):
+        own = ["-R", f"test_{file.stem.split('_')[0]}", *UNIT_OR_GUI]  # likely to notice, so they are first
+        for tests in (own, GUI, UNIT, SLOW) if path.startswith("src/app/") else (own, UNIT, GUI, SLOW):
             done = subprocess.run(CTEST + tests, cwd=folder, capture_output=True, text=True, errors="replace")
             if done.returncode != 0:
                 failed = re.search(r"Test +#\d+: (\S+) \.*\*\*\*", done.stdout)
