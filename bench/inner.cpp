@@ -142,7 +142,7 @@ void editLaunchOptions(benchmark::State &state, bool hasFurtherSections)
     for (const QString &appid : appids())
         changes.append({appid, u"%command%"_s});
     for (auto _ : state) {
-        if (!steam::editLaunchOptions(bytes, changes).refusals.isEmpty())
+        if (!steam::editLaunchOptions(steam::AppsSection(bytes), changes).refusals.isEmpty())
             state.SkipWithError("an edit was refused");
     }
 }

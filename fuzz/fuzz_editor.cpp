@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
     const QString options = QString::fromUtf8(input.first(end));
     const QByteArray before = input.sliced(end + 1);
     const QString appid = u"620"_s;
-    const auto [after, refusals] = steam::editLaunchOptions(before, {{appid, options}});
+    const auto [after, refusals] =
+        steam::editLaunchOptions(steam::AppsSection(before), {{appid, options}});
 
     const model::Edited told =
         model::edit(before.toStdString(), {{"620", options.toStdU16String()}});

@@ -93,7 +93,7 @@ AppliedChanges applyChanges(const QString &vdf, const QList<LaunchOptionsChange>
     QList<LaunchOptionsChange> changes =
         changesToMake(staged, section, storeEdit.content(), cannotKeep, applied);
     const auto edit = [&] { // and leaves out the refused changes
-        const steam::EditedText edited = steam::editLaunchOptions(file->bytes, changes);
+        const steam::EditedText edited = steam::editLaunchOptions(section, changes);
         applied.failures.insert(edited.refusals);
         dropFailed(changes, applied);
         return edited.bytes;

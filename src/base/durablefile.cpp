@@ -93,16 +93,24 @@ Replaced replaceFile(const QString &path, const QByteArray &content,
 bool copyFile(const QString &from, const QString &to)
 {
     struct stat original = {};
-    const std::optional<WholeFile> content = readWholeFile(from);
+    QFile file(from);
     QTemporaryFile copy(to + ".XXXXXX"_L1); // has mode 0600 until it gets the original's
-    if (!content || ::stat(QFile::encodeName(from).constData(), &original) != 0 || !copy.open() ||
-        !takeAfter(copy.handle(), from, original) ||
-        copy.write(content->bytes) != content->bytes.size() || !copy.flush() ||
-        !sync(copy.handle()) || !copy.rename(to))
+    if (::stat(QFile::encodeName(from).constData(), &original) != 0 || !S_ISREG(original.st_mode) ||
+        !file.open(QIODevice::ReadOnly) || !copy.open() ||
+        !takeAfter(copy.handle(), from, original))
         return false;
-    const std::optional<WholeFile> copied = readWholeFile(to);
-    copy.setAutoRemove(!copied || copied->bytes != content->bytes ||
-                       !syncPath(QFileInfo(to).path()));
+    constexpr qint64 pieceSize = 64 * 1024; // stays in the processor's cache
+    for (qint64 done = 0; done < original.st_size; done += pieceSize)
+        copy.write(file.read(pieceSize));
+    if (!copy.flush() || !sync(copy.handle()) || copy.size() != original.st_size || !file.seek(0) ||
+        !copy.seek(0))
+        return false;
+    for (qint64 done = 0; done < original.st_size; done += pieceSize) {
+        const QByteArray piece = file.read(pieceSize);
+        if (piece.isEmpty() || piece != copy.read(pieceSize))
+            return false;
+    }
+    copy.setAutoRemove(!copy.rename(to) || !syncPath(QFileInfo(to).path()));
     return !copy.autoRemove();
 }
 

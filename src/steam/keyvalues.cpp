@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 #include <vector>
 
 namespace steam
@@ -105,12 +106,15 @@ BraceSpan findAppsSection(QByteArrayView text)
             sections.removeLast();
         sections.append(block);
     });
-    if (sections.size() < 2)
-        return sections.value(0);
-    QList<qsizetype> sizes;
-    for (const BraceSpan &section : sections)
-        sizes += QString::fromUtf8(text.sliced(section.open, section.close - section.open)).size();
-    return sections[std::max_element(sizes.cbegin(), sizes.cend()) - sizes.cbegin()];
+    // A UTF-16 unit takes one byte to three: few sections need to be decoded.
+    const auto isSmaller = [text](BraceSpan one, BraceSpan other) {
+        const auto [a, b] = std::pair(part(text, one), part(text, other));
+        return 3 * a.size() < b.size() ||
+               (a.size() <= 3 * b.size() &&
+                QString::fromUtf8(a).size() < QString::fromUtf8(b).size());
+    };
+    const auto largest = std::max_element(sections.cbegin(), sections.cend(), isSmaller);
+    return largest == sections.cend() ? BraceSpan() : *largest;
 }
 
 AppsSection::AppsSection(QByteArrayView text, BraceSpan apps) : utf8(text), section(apps)

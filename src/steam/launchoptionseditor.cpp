@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "steam/launchoptionseditor.h"
 
-#include "steam/keyvalues.h"
-
 #include <QRegularExpression>
 #include <QStringTokenizer>
 
@@ -165,8 +163,7 @@ QByteArray withReplacements(QByteArrayView text, const QList<Decision> &decision
     QList<const Replacement *> replacements;
     for (const Decision &decision : decisions) {
         if (decision.refusal.isEmpty())
-            replacements.prepend(
-                &decision.replacement); // new blocks stand at one place, last first
+            replacements.prepend(&decision.replacement); // of new blocks, the last comes first
     }
     std::stable_sort(replacements.begin(), replacements.end(),
                      [](const auto *a, const auto *b) { return a->from < b->from; });
@@ -183,11 +180,10 @@ QByteArray withReplacements(QByteArrayView text, const QList<Decision> &decision
 
 } // namespace
 
-EditedText editLaunchOptions(const QByteArray &bytes, const QList<LaunchOptionsChange> &changes)
+EditedText editLaunchOptions(const AppsSection &section, const QList<LaunchOptionsChange> &changes)
 {
-    const AppsSection section(bytes);
     const bool hasSection = section.span().isValid();
-    const bool isSectionClear = hasSection && isSeenAlike(bytes, section.span());
+    const bool isSectionClear = hasSection && isSeenAlike(section.text(), section.span());
     const QByteArray indent = hasSection ? appIndentation(section) : QByteArray();
     QList<Decision> decisions;
     for (const LaunchOptionsChange &change : changes)
@@ -197,7 +193,7 @@ EditedText editLaunchOptions(const QByteArray &bytes, const QList<LaunchOptionsC
     EditedText edited;
     bool isReadBack = false;
     while (!isReadBack) {
-        edited.bytes = withReplacements(bytes, decisions);
+        edited.bytes = withReplacements(section.text(), decisions);
         const AppsSection result(edited.bytes);
         isReadBack = true;
         for (Decision &decision : decisions) {

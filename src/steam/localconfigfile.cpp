@@ -24,7 +24,7 @@ QString setOptions(const QString &path, const QString &appid, const QString &opt
     const std::optional<base::WholeFile> file = base::readWholeFile(path);
     if (!file)
         return cannotOpen + path;
-    const EditedText edited = editLaunchOptions(file->bytes, {{appid, options}});
+    const EditedText edited = editLaunchOptions(AppsSection(file->bytes), {{appid, options}});
     if (!edited.refusals.isEmpty())
         return edited.refusals.first();
     if (makeBackup && writeBackup(path).isEmpty())

@@ -151,7 +151,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, text);
         QFETCH(const QByteArray, repeated);
         text.replace("@", repeated.repeated(40'000'000 / repeated.size()));
-        const steam::EditedText edited = steam::editLaunchOptions(text, {{appid, options}});
+        const steam::EditedText edited =
+            steam::editLaunchOptions(steam::AppsSection(text), {{appid, options}});
         QVERIFY(edited.refusals.isEmpty());
         QCOMPARE(steam::readLaunchOptions(edited.bytes, appid), options);
     }

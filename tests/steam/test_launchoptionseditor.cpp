@@ -68,7 +68,7 @@ void check()
 {
     QFETCH(const QByteArray, before);
     QFETCH(const Changes, changes);
-    const steam::EditedText edited = steam::editLaunchOptions(before, changes);
+    const steam::EditedText edited = steam::editLaunchOptions(steam::AppsSection(before), changes);
     QTEST(edited.bytes, "after");
     QTEST(edited.refusals, "refusals");
 }
@@ -97,7 +97,8 @@ private Q_SLOTS:
         QByteArray bytes = golden(name + "/before.vdf"_L1);
         for (int time = 0; time < 2; ++time) { // the second edit changes nothing
             const QString options = steam::readLaunchOptions(after, u"620"_s);
-            const steam::EditedText edited = steam::editLaunchOptions(bytes, {{u"620"_s, options}});
+            const steam::EditedText edited =
+                steam::editLaunchOptions(steam::AppsSection(bytes), {{u"620"_s, options}});
             QCOMPARE(edited.refusals, Refusals());
             QCOMPARE(edited.bytes, after);
             bytes = edited.bytes;

@@ -48,7 +48,7 @@ model::Edited requireTheModels(const std::string &before, const std::vector<mode
         list.append({QString::fromStdString(change.appid), QStringView(change.options).toString()});
     }
     const steam::EditedText edited =
-        steam::editLaunchOptions(QByteArray::fromStdString(before), list);
+        steam::editLaunchOptions(steam::AppsSection(QByteArray::fromStdString(before)), list);
     std::map<std::string, std::string> told;
     for (const QString &appid : edited.refusals.keys())
         told[appid.toStdString()] = edited.refusals[appid].toStdString();
@@ -111,7 +111,8 @@ void requireTheEdit(const std::string &before, const std::string &options, const
     const QString text = QString::fromUtf8("x" + QByteArray::fromStdString(options)).mid(1);
     QByteArray bytes = QByteArray::fromStdString(before);
     for (int time = 0; time < 2; ++time) {
-        const steam::EditedText edited = steam::editLaunchOptions(bytes, {{u"10"_s, text}});
+        const steam::EditedText edited =
+            steam::editLaunchOptions(steam::AppsSection(bytes), {{u"10"_s, text}});
         RC_ASSERT(edited.refusals.isEmpty());
         RC_ASSERT(edited.bytes.toStdString() == after);
         RC_ASSERT(steam::readLaunchOptions(edited.bytes, u"10"_s) == text);
@@ -192,8 +193,8 @@ private Q_SLOTS:
             if (hasEscapes)
                 refused.append(appid);
         }
-        const steam::EditedText edited =
-            steam::editLaunchOptions(support::sampleLocalConfig(before), changes);
+        const steam::EditedText edited = steam::editLaunchOptions(
+            steam::AppsSection(support::sampleLocalConfig(before)), changes);
         QVERIFY(edited.bytes == support::sampleLocalConfig(after));
         QCOMPARE(edited.refusals.size(), refused.size());
         for (const QString &appid : refused)
