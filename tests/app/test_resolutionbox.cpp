@@ -104,6 +104,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("shown");
         QTest::newRow("towards the user") << -120 << u"960x540"_s;
         QTest::newRow("away") << 120 << u"1280x720"_s;
+        QTest::newRow("slowly towards the user") << -1 << u"960x540"_s;
+        QTest::newRow("slowly away") << 1 << u"1280x720"_s;
         QTest::newRow("sideways") << 0 << u"1000x600"_s;
     }
     void theWheelStepsFromTheShownSize()

@@ -52,12 +52,12 @@ QByteArray storeOfOptions(int bytes)
     return "[original]\n400=" + QByteArray(bytes, 'x') + '\n';
 }
 
-/// The options of the game 9 that another run of the program finds in the file.
-QString keptFor9(const ScratchFile &file)
+/// The options of the game that another run of the program finds in the file.
+QString keptFor(const QString &appid, const ScratchFile &file)
 {
     const QString copy = file.beside(u"another name"_s);
     ScratchFile::writeTo(copy, file.read());
-    return launch::originalLaunchOptions(QSettings(copy, QSettings::NativeFormat), u"9"_s);
+    return launch::originalLaunchOptions(QSettings(copy, QSettings::NativeFormat), appid);
 }
 
 } // namespace
@@ -140,7 +140,7 @@ private Q_SLOTS:
         const ScratchFile file("", storeName);
         QSettings store(file.path(), QSettings::NativeFormat);
         QVERIFY(keep(store, options));
-        QCOMPARE(keptFor9(file), options);
+        QCOMPARE(keptFor(u"9"_s, file), options);
         QCOMPARE(launch::originalLaunchOptions(store, u"9"_s), options);
     }
 
@@ -162,6 +162,16 @@ private Q_SLOTS:
         QVERIFY(!launch::StoreEdit(store).save({}, {{u"8"_s, odd}, {u"9"_s, u"-novid"_s}}));
         QCOMPARE(file.read(), oneOriginal);
         QCOMPARE(launch::originalLaunchOptions(store, u"9"_s), QString());
+    }
+
+    /// QSettings reads the escaped mark, but can write it so that it is lost: then nothing is
+    /// saved.
+    void optionsThatWereKeptBeforeComeBackWhateverIsSaved()
+    {
+        const ScratchFile file("[original]\n400=\\xfeff-first\n", storeName);
+        QSettings store(file.path(), QSettings::NativeFormat);
+        keep(store, u"-novid"_s);
+        QCOMPARE(keptFor(u"400"_s, file), u"\ufeff-first"_s);
     }
 
     void theScratchFolderOfAKilledRunIsRemoved()
