@@ -94,6 +94,8 @@ private Q_SLOTS:
         row("the one that ends", u"\"apps\" { \"apps\" «{ »}"_s);
         row("none that ends", u"\"apps\" { \"10\" { }"_s);
         row("the one with more letters, not bytes", u"\"apps\" { äöü🎮 } \"apps\" «{ letters »}"_s);
+        row("nor is it the one with nearly three times the bytes",
+            u"\"apps\"{€€€€€€€€€€€€} \"apps\"«{1234567890123»}"_s);
         row("the first of equals with more bytes", u"\"apps\" «{ abc »} \"apps\" { äöü }"_s);
         row("a letter beyond 16 bits counts as two", u"\"apps\" { 123 } \"apps\" «{ 🎮🎮 »}"_s);
         row("ends at a brace in a value", u"\"apps\" «{ \"10\" { \"x\" \"}\" »} }"_s);
