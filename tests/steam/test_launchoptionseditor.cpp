@@ -271,6 +271,8 @@ private Q_SLOTS:
                    u"new"_s, doubt);
         refusedRow("a value that is the key of a block", block("'LaunchOptions' 'x' { 'k' 'v' }"),
                    u"new"_s, doubt);
+        refusedRow("the same, without a blank before the brace",
+                   block("'LaunchOptions' 'x'{ 'k' 'v' }"), u"new"_s, doubt);
         refusedRow("a quote that does not end", block("'LaunchOptions' 'x' 'k"), u"new"_s, doubt);
     }
     void changesThatAreRefused() { check(); }
